@@ -33,6 +33,8 @@ install(FILES
   ${PROJECT_BINARY_DIR}/zel_secure_store-config-version.cmake
   DESTINATION ${ZEL_INSTALL_CMAKEDIR})
 
+file(RELATIVE_PATH ZEL_PC_TO_PREFIX
+     "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zel_secure_store.pc.in
                ${PROJECT_BINARY_DIR}/zel_secure_store.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zel_secure_store.pc

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# test-all.sh: builds the library and runs every test, as CI does:
+#   - x86_64, warnings as errors
+#   - i386 (-m32), the device's target
+#   - x86_64 with AddressSanitizer and UndefinedBehaviorSanitizer
+#   - a consumer built against the installed tree (CMake package and
+#     pkg-config)
+# Installs the Debian packages it needs first. Exits non-zero on any failure.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh all
+
+run_preset() {
+  local preset=$1
+  echo "=== ${preset}: configure, build, test"
+  cmake --preset "${preset}" >/dev/null
+  cmake --build --preset "${preset}"
+  ctest --preset "${preset}"
+}
+
+run_preset default
+run_preset i386
+run_preset asan
+bash scripts/check-install.sh build/default
+
+echo "=== all tests passed"
