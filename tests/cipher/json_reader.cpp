@@ -146,37 +146,23 @@ class Parser {
     return code;
   }
 
+  // AppendUtf8 encodes a code point of the Basic Multilingual Plane.
   static void AppendUtf8(std::string& out, unsigned code) {
     if (code < 0x80) {
       out += static_cast<char>(code);
     } else if (code < 0x800) {
       out += static_cast<char>(0xc0 | code >> 6);
       out += static_cast<char>(0x80 | (code & 0x3f));
-    } else if (code < 0x10000) {
-      out += static_cast<char>(0xe0 | code >> 12);
-      out += static_cast<char>(0x80 | (code >> 6 & 0x3f));
-      out += static_cast<char>(0x80 | (code & 0x3f));
     } else {
-      out += static_cast<char>(0xf0 | code >> 18);
-      out += static_cast<char>(0x80 | (code >> 12 & 0x3f));
+      out += static_cast<char>(0xe0 | code >> 12);
       out += static_cast<char>(0x80 | (code >> 6 & 0x3f));
       out += static_cast<char>(0x80 | (code & 0x3f));
     }
   }
 
-  // ParseUnicodeEscape reads the digits after "\u", joining a surrogate
-  // pair into one code point.
-  unsigned ParseUnicodeEscape() {
-    const unsigned code = ParseHex4();
-    if (code < 0xd800 || code > 0xdbff) return code;
-    if (text_.compare(pos_, 2, "\\u") != 0) Fail("lone surrogate");
-    pos_ += 2;
-    const unsigned low = ParseHex4();
-    if (low < 0xdc00 || low > 0xdfff) Fail("bad surrogate pair");
-    return 0x10000 + ((code - 0xd800) << 10) + (low - 0xdc00);
-  }
-
   std::string ParseString() {
+    // Escape letters and what they stand for, "\u" aside.
+    static const char kEscapes[] = "\"\"\\\\//b\bf\fn\nr\rt\t";
     Expect('"');
     std::string out;
     for (;;) {
@@ -189,33 +175,17 @@ class Parser {
       }
       if (pos_ >= text_.size()) Fail("unterminated escape");
       const char escape = text_[pos_++];
-      switch (escape) {
-        case '"':
-        case '\\':
-        case '/':
-          out += escape;
-          break;
-        case 'b':
-          out += '\b';
-          break;
-        case 'f':
-          out += '\f';
-          break;
-        case 'n':
-          out += '\n';
-          break;
-        case 'r':
-          out += '\r';
-          break;
-        case 't':
-          out += '\t';
-          break;
-        case 'u':
-          AppendUtf8(out, ParseUnicodeEscape());
-          break;
-        default:
-          Fail("bad escape");
+      if (escape == 'u') {
+        const unsigned code = ParseHex4();
+        // Surrogate pairs are refused: vector files have no use for them.
+        if (code >= 0xd800 && code <= 0xdfff) Fail("surrogate escape");
+        AppendUtf8(out, code);
+        continue;
       }
+      const char* entry = kEscapes;
+      while (*entry != '\0' && *entry != escape) entry += 2;
+      if (*entry == '\0') Fail("bad escape");
+      out += entry[1];
     }
   }
 

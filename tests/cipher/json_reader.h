@@ -1,6 +1,6 @@
 // json_reader.h: a small JSON reader for test vector files.
 //
-// It reads objects, arrays, strings (all escapes, surrogate pairs joined),
+// It reads objects, arrays, strings (escapes of the Basic Multilingual Plane),
 // numbers, true, false and null into a tree of JsonValue. It checks the
 // structure but is lax about lexical detail (number syntax, raw control
 // characters in strings): it serves vector files we ship, not untrusted
