@@ -1,0 +1,28 @@
+// key_schedule.h: the AES key expansion run on key-form bytes.
+//
+// The protected key goes through the core's unprotect table straight into
+// the key form; XOR, SubWord and the round constants are table look-ups on
+// key-form bytes. No raw key byte or round-key byte is ever computed.
+//
+// Constant time: no branch on key data; the look-ups are indexed by encoded
+// key bytes (cache timing is outside the white-box threat model, where the
+// attacker reads memory directly).
+#ifndef ZEL_WHITEBOX_RUNTIME_KEY_SCHEDULE_H
+#define ZEL_WHITEBOX_RUNTIME_KEY_SCHEDULE_H
+
+#include <cstdint>
+
+#include "keyed_tables.h"
+#include "wb_tables.h"
+
+namespace zel_whitebox {
+
+// expand_protected_key fills |keys| with the 11 (|key_len| 16) or 15 (32)
+// round keys of the key whose protected form is |protected_key|.
+void expand_protected_key(const KeyTables& tables,
+                          const uint8_t* protected_key, unsigned key_len,
+                          RoundKeys& keys);
+
+}  // namespace zel_whitebox
+
+#endif  // ZEL_WHITEBOX_RUNTIME_KEY_SCHEDULE_H
