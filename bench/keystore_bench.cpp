@@ -1,0 +1,295 @@
+// Keychains per second through the key store: StoreKeyChain and
+// LoadKeyChain of a keychain of the four standard items at realistic sizes
+// (a 2048-bit RSA private key's PEM of 1.7 KB, certificates of 1.2 and
+// 1.3 KB, a 451-byte public key), beside the same work done with OpenSSL's
+// AES-CBC and plain crash-safe file writes (temporary, sync, rename,
+// directory sync).
+//
+// Names: KeyStore/<Store|Load>/<library|openssl>/<disk|tmpfs>. On "disk"
+// every stored item costs two syncs that reach the device; "tmpfs" is the
+// same work in memory, where a sync costs next to nothing, so the two differ
+// by the file system's sync cost. items_per_second counts keychains,
+// item_files_per_second item files. Times are wall-clock times: a sync
+// waits without using the processor.
+//
+// The disk directory is made under ZEL_BENCH_DIR, else /var/tmp (on disk on
+// most systems, where TMPDIR often is not). The tmpfs is mounted for the
+// run when the process may mount (root), else /dev/shm is used.
+#include <benchmark/benchmark.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <stdlib.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TZelKeyStore.h"
+#include "sample_keychain.h"
+
+namespace {
+
+const char kName[] = "device";
+
+// ---------------------------------------------------------------------------
+// Where the benchmarks write.
+
+std::string MakeTempDir(const std::string& base) {
+  std::string pattern = base + "/zel-bench-XXXXXX";
+  return mkdtemp(&pattern[0]) ? pattern : std::string();
+}
+
+void RemoveTree(const std::string& path) {
+  if (DIR* stream = opendir(path.c_str())) {
+    while (const dirent* entry = readdir(stream)) {
+      const std::string name = entry->d_name;
+      if (name == "." || name == "..") continue;
+      if (entry->d_type == DT_DIR)
+        RemoveTree(path + "/" + name);
+      else
+        unlink((path + "/" + name).c_str());
+    }
+    closedir(stream);
+  }
+  rmdir(path.c_str());
+}
+
+// Places holds the disk and the tmpfs directory of the run.
+class Places {
+ public:
+  Places() {
+    const char* base = std::getenv("ZEL_BENCH_DIR");
+    disk_ = MakeTempDir(base && *base ? base : "/var/tmp");
+    tmpfs_ = MakeTempDir("/tmp");
+    mounted_ = !tmpfs_.empty() &&
+               mount("tmpfs", tmpfs_.c_str(), "tmpfs", 0, "size=16m") == 0;
+    if (!mounted_) {
+      if (!tmpfs_.empty()) rmdir(tmpfs_.c_str());
+      tmpfs_ = MakeTempDir("/dev/shm");
+    }
+  }
+  ~Places() {
+    if (mounted_) umount2(tmpfs_.c_str(), MNT_DETACH);
+    for (const std::string& dir : {disk_, tmpfs_})
+      if (!dir.empty()) RemoveTree(dir);
+  }
+  Places(const Places&) = delete;
+  Places& operator=(const Places&) = delete;
+
+  bool Ok() const { return !disk_.empty() && !tmpfs_.empty(); }
+  const std::string& disk() const { return disk_; }
+  const std::string& tmpfs() const { return tmpfs_; }
+  bool mounted() const { return mounted_; }
+
+ private:
+  std::string disk_, tmpfs_;
+  bool mounted_ = false;
+};
+
+void CountKeychains(benchmark::State& state, size_t items) {
+  state.SetItemsProcessed(state.iterations());
+  state.counters["item_files_per_second"] = benchmark::Counter(
+      static_cast<double>(state.iterations() * items), benchmark::Counter::kIsRate);
+}
+
+// ---------------------------------------------------------------------------
+// The library.
+
+std::unique_ptr<TZelKeyStore> KeyStoreIn(const std::string& root) {
+  setenv("HEVO_PERSISTENT_STORAGE", root.c_str(), 1);
+  std::unique_ptr<TZelKeyStore> store(new TZelKeyStore);
+  unsetenv("HEVO_PERSISTENT_STORAGE");
+  return store;
+}
+
+void LibraryStore(benchmark::State& state, std::string root) {
+  const auto store = KeyStoreIn(root);
+  TZelKeyChain chain(kName);
+  FillKeyChain(chain, SampleItems(SampleVersion::kOld));
+  for (auto _ : state) {
+    if (!store->StoreKeyChain(chain)) {
+      state.SkipWithError("StoreKeyChain failed");
+      break;
+    }
+  }
+  CountKeychains(state, chain.GetContainer().size());
+}
+
+void LibraryLoad(benchmark::State& state, std::string root) {
+  const auto store = KeyStoreIn(root);
+  TZelKeyChain stored(kName);
+  FillKeyChain(stored, SampleItems(SampleVersion::kOld));
+  if (!store->StoreKeyChain(stored)) state.SkipWithError("StoreKeyChain failed");
+  for (auto _ : state) {
+    TZelKeyChain chain(kName);
+    if (!store->LoadKeyChain(chain)) {
+      state.SkipWithError("LoadKeyChain failed");
+      break;
+    }
+    benchmark::DoNotOptimize(chain.GetContainer().size());
+  }
+  CountKeychains(state, stored.GetContainer().size());
+}
+
+// ---------------------------------------------------------------------------
+// The same work with OpenSSL and plain crash-safe writes. It skips what the
+// key store adds beyond that: the keychain's copies, the trace calls and the
+// scan for abandoned temporaries before each item.
+
+using Bytes = std::vector<uint8_t>;
+using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
+
+class OpenSslFiles {
+ public:
+  explicit OpenSslFiles(const std::string& dir)
+      : dir_(dir), context_(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free) {
+    // A key as long as the library's store key; its value does not matter.
+    const size_t key_size = ZEL_STORE_KEY_BYTES;
+    key_.assign(key_size, 0x5a);
+    iv_.assign(16, 0xa5);
+    cipher_ = key_size == 32 ? EVP_aes_256_cbc() : EVP_aes_128_cbc();
+    mkdir(dir.c_str(), 0755);
+  }
+
+  bool Store(const ItemBytes& items) {
+    for (const auto& item : items) {
+      const Bytes plain(item.second.begin(), item.second.end());
+      Bytes cipher_text;
+      if (!Crypt(true, plain, cipher_text) || !WriteCrashSafe(kName + item.first, cipher_text))
+        return false;
+    }
+    return true;
+  }
+
+  bool Load(ItemBytes& items) {
+    const std::string prefix = std::string(kName) + ".";
+    std::vector<std::string> names;
+    DIR* stream = opendir(dir_.c_str());
+    if (stream == nullptr) return false;
+    while (const dirent* entry = readdir(stream))
+      if (std::string(entry->d_name).compare(0, prefix.size(), prefix) == 0)
+        names.push_back(entry->d_name);
+    closedir(stream);
+    for (const std::string& name : names) {
+      Bytes cipher_text, plain;
+      if (!ReadFile(dir_ + "/" + name, cipher_text) || !Crypt(false, cipher_text, plain))
+        return false;
+      items[name.substr(sizeof kName - 1)].assign(plain.begin(), plain.end());
+    }
+    return true;
+  }
+
+ private:
+  bool Crypt(bool encrypt, const Bytes& in, Bytes& out) {
+    out.resize(in.size() + 16);
+    int first = 0, last = 0;
+    const bool ok =
+        EVP_CipherInit_ex(context_.get(), cipher_, nullptr, key_.data(), iv_.data(),
+                          encrypt ? 1 : 0) == 1 &&
+        EVP_CipherUpdate(context_.get(), out.data(), &first, in.data(),
+                         static_cast<int>(in.size())) == 1 &&
+        EVP_CipherFinal_ex(context_.get(), out.data() + first, &last) == 1;
+    out.resize(ok ? static_cast<size_t>(first + last) : 0);
+    return ok;
+  }
+
+  bool WriteCrashSafe(const std::string& name, const Bytes& bytes) {
+    const int dir = open(dir_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir < 0) return false;
+    const std::string temporary = ".tmp-" + name;
+    const int file = openat(dir, temporary.c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    bool ok = file >= 0 &&
+              write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) &&
+              fsync(file) == 0;
+    if (file >= 0) ok = close(file) == 0 && ok;
+    ok = ok && renameat(dir, temporary.c_str(), dir, name.c_str()) == 0;
+    if (!ok) unlinkat(dir, temporary.c_str(), 0);
+    ok = ok && fsync(dir) == 0;
+    close(dir);
+    return ok;
+  }
+
+  static bool ReadFile(const std::string& path, Bytes& bytes) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return false;
+    struct stat info;
+    bool ok = fstat(file, &info) == 0;
+    if (ok) {
+      bytes.resize(static_cast<size_t>(info.st_size));
+      ok = read(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    }
+    close(file);
+    return ok;
+  }
+
+  std::string dir_;
+  CipherContext context_;
+  const EVP_CIPHER* cipher_;
+  Bytes key_, iv_;
+};
+
+void OpenSslStore(benchmark::State& state, std::string root) {
+  OpenSslFiles files(root + "/openssl");
+  const ItemBytes items = SampleItems(SampleVersion::kOld);
+  for (auto _ : state) {
+    if (!files.Store(items)) {
+      state.SkipWithError("storing failed");
+      break;
+    }
+  }
+  CountKeychains(state, items.size());
+}
+
+void OpenSslLoad(benchmark::State& state, std::string root) {
+  OpenSslFiles files(root + "/openssl");
+  const ItemBytes stored = SampleItems(SampleVersion::kOld);
+  if (!files.Store(stored)) state.SkipWithError("storing failed");
+  for (auto _ : state) {
+    ItemBytes items;
+    if (!files.Load(items) || items.size() != stored.size()) {
+      state.SkipWithError("loading failed");
+      break;
+    }
+    benchmark::DoNotOptimize(items.size());
+  }
+  CountKeychains(state, stored.size());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  Places places;
+  if (!places.Ok()) {
+    std::fprintf(stderr, "cannot make the benchmark directories\n");
+    return 1;
+  }
+  benchmark::AddCustomContext("disk_dir", places.disk());
+  benchmark::AddCustomContext("tmpfs_dir", places.tmpfs() + (places.mounted()
+                                                                 ? " (tmpfs mounted for the run)"
+                                                                 : " (/dev/shm)"));
+  const struct {
+    const char* name;
+    void (*run)(benchmark::State&, std::string);
+  } kinds[] = {{"Store/library", LibraryStore},
+               {"Store/openssl", OpenSslStore},
+               {"Load/library", LibraryLoad},
+               {"Load/openssl", OpenSslLoad}};
+  for (const auto& kind : kinds)
+    for (const auto& place : {std::make_pair("disk", places.disk()),
+                              std::make_pair("tmpfs", places.tmpfs())})
+      benchmark::RegisterBenchmark(
+          (std::string("KeyStore/") + kind.name + "/" + place.first).c_str(), kind.run,
+          place.second)
+          ->UseRealTime();
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
