@@ -46,12 +46,16 @@ class ZEL_EXPORT TZelKeyStore {
   // keychain); every failed item is logged.
   bool StoreKeyChain(const TZelKeyChain& keyChain);
 
-  // LoadKeyChain adds to |keyChain| every readable file whose name, up to
+  // LoadKeyChain adds to |keyChain| every file whose name, up to
   // its first ".", equals the keychain's name; the rest of the file name is
   // the item id. Items already in the keychain stay unless a file replaces
   // them. True when the keychain holds at least one item afterwards.
   //
-  // WARNING: a keychain whose name contains "." never finds its own files.
+  // A file that cannot be read, or decrypts to nothing, is logged and
+  // skipped. WARNING: a file that is not whole blocks, or whose pad byte is
+  // out of range, makes the cipher layer throw; the exception leaves
+  // LoadKeyChain with the files sorted before it already added. A keychain
+  // whose name contains "." never finds its own files.
   bool LoadKeyChain(TZelKeyChain& keyChain);
 
   // EraseKeyChain removes the file of each item the keychain holds (the
