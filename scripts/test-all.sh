@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # test-all.sh: builds the library and runs every test, as CI does:
-#   - x86_64, warnings as errors
+#   - x86_64, warnings as errors, with the white-box core and with the
+#     reference core
 #   - i386 (-m32), the device's target
 #   - x86_64 with AddressSanitizer and UndefinedBehaviorSanitizer
 #   - a consumer built against the installed tree (CMake package and
 #     pkg-config)
+#   - a short libFuzzer run over the item-file reader
 # Installs the Debian packages it needs first. Exits non-zero on any failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -20,8 +22,13 @@ run_preset() {
 }
 
 run_preset default
+run_preset reference
 run_preset i386
 run_preset asan
 bash scripts/check-install.sh build/default
+bash scripts/fuzz-short.sh 30
+echo "=== benchmarks: build only (run them with the bench preset)"
+cmake --preset bench >/dev/null
+cmake --build --preset bench
 
 echo "=== all tests passed"
