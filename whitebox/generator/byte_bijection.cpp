@@ -26,16 +26,6 @@ Walsh walsh_of(const ByteMap& map) {
   return w;
 }
 
-// The change of W[i][o] when the images of a and b are swapped.
-int swap_delta(const ByteMap& map, unsigned a, unsigned b, unsigned i,
-               unsigned o) {
-  const unsigned ya = map[a], yb = map[b];
-  return sign_of(((a >> i) ^ (yb >> o)) & 1) +
-         sign_of(((b >> i) ^ (ya >> o)) & 1) -
-         sign_of(((a >> i) ^ (ya >> o)) & 1) -
-         sign_of(((b >> i) ^ (yb >> o)) & 1);
-}
-
 // Balancer runs the search of random_encoding over one map.
 class Balancer {
  public:
@@ -46,17 +36,30 @@ class Balancer {
   int64_t cost() const { return cost_; }
 
   // try_swap swaps the images of a and b when that does not raise the
-  // cost (or unconditionally when |force|); tells whether it swapped.
+  // cost (or unconditionally when |force|); tells whether it swapped. Only
+  // coefficients whose input bit differs between a and b and whose output
+  // bit differs between their images change, each by 4 in magnitude.
   bool try_swap(unsigned a, unsigned b, bool force) {
-    Walsh next = walsh_;
-    for (unsigned i = 0; i < 8; ++i)
+    const unsigned ya = map_[a], yb = map_[b];
+    const unsigned in_diff = a ^ b, out_diff = ya ^ yb;
+    int64_t delta = 0;
+    for (unsigned i = 0; i < 8; ++i) {
+      if (!((in_diff >> i) & 1)) continue;
+      for (unsigned o = 0; o < 8; ++o) {
+        if (!((out_diff >> o) & 1)) continue;
+        const int d = -4 * sign_of(((a >> i) ^ (ya >> o)) & 1);
+        delta += 2 * static_cast<int64_t>(walsh_[i][o]) * d + d * d;
+      }
+    }
+    if (!force && delta > 0) return false;
+    for (unsigned i = 0; i < 8; ++i) {
+      if (!((in_diff >> i) & 1)) continue;
       for (unsigned o = 0; o < 8; ++o)
-        next[i][o] += swap_delta(map_, a, b, i, o);
-    const int64_t next_cost = cost_of(next);
-    if (!force && next_cost > cost_) return false;
+        if ((out_diff >> o) & 1)
+          walsh_[i][o] += -4 * sign_of(((a >> i) ^ (ya >> o)) & 1);
+    }
     std::swap(map_[a], map_[b]);
-    walsh_ = next;
-    cost_ = next_cost;
+    cost_ += delta;
     return true;
   }
 
