@@ -127,6 +127,23 @@ TEST_P(CoreCbcTest, KeySetupRestartsTheChain) {
   EXPECT_EQ(from_yellow(dec.decrypt(cipher)), plain);
 }
 
+// One state serves keys of both sizes in turn (the wrappers never do this,
+// but a key setup must not depend on what the previous one left).
+TEST(CoreKeySizes, OneStateTakesBothKeySizesInTurn) {
+  std::mt19937 rng(7);
+  const Bytes plain = random_bytes(rng, 32);
+  EncryptorCore enc;
+  DecryptorCore dec;
+  for (unsigned len : {32u, 16u, 32u}) {
+    const Bytes raw = random_bytes(rng, len);
+    const Bytes cipher = reference_cbc_encrypt(raw, {}, plain);
+    enc.key_setup(protect_with_build_seed(raw), {});
+    EXPECT_EQ(enc.encrypt(to_white(plain)), cipher) << len;
+    dec.key_setup(protect_with_build_seed(raw), {});
+    EXPECT_EQ(from_yellow(dec.decrypt(cipher)), plain) << len;
+  }
+}
+
 // Re-encryption: black (key only) -> blue -> black under key and IV equals
 // the encryptor's output for the same plaintext under that key and IV.
 TEST_P(CoreCbcTest, RecryptsThroughBlue) {

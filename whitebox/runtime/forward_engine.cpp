@@ -1,6 +1,8 @@
 // forward_engine.cpp: see forward_engine.h.
 #include "forward_engine.h"
 
+#include <cstring>
+
 #include "aes_reference.h"
 #include "column_mix.h"
 #include "wb_trace.h"
@@ -9,6 +11,10 @@ namespace zel_whitebox {
 
 void build_forward_tables(const ForwardTables& tables, const RoundKeys& keys,
                           unsigned rounds, KeyedTables& keyed) {
+  // Layers an earlier AES-256 key left behind go too. A plain memset is
+  // enough: the working block is read again, so the store stays.
+  std::memset(keyed.mix[rounds - 1], 0,
+              sizeof keyed.mix - sizeof keyed.mix[0] * (rounds - 1));
   for (unsigned l = 0; l + 1 < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
       const uint8_t* key_xor = tables.key_xor + keys.bytes[16 * l + i] * 256;

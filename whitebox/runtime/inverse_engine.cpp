@@ -11,6 +11,10 @@ namespace zel_whitebox {
 
 void build_inverse_tables(const InverseTables& tables, const RoundKeys& keys,
                           unsigned rounds, KeyedTables& keyed) {
+  // Layers an earlier AES-256 key left behind go too. A plain memset is
+  // enough: the working block is read again, so the store stays.
+  std::memset(keyed.mix[rounds - 1], 0,
+              sizeof keyed.mix - sizeof keyed.mix[0] * (rounds - 1));
   // Layer l undoes AES round rounds - l: its look-up adds round key
   // rounds - 1 - l after the inverse S-box; layer 0 also adds the last
   // round key to the ciphertext byte it is indexed by.
