@@ -75,7 +75,7 @@ std::vector<NamedTable> generated_tables() {
                            const uint32_t* sbox_mix) {
     for (int t = 0; t < 3; ++t)
       tables.push_back({p + "mix_xor" + std::to_string(t), mix[t], kXorTableSize});
-    tables.push_back({p + "sbox_mix", sbox_mix, 4 * 256 * 4});
+    tables.push_back({p + "sbox_mix", sbox_mix, (kMaxLayers - 1) * kLayerMapSize * 4});
   };
   const auto add_forward = [&](const std::string& p, const ForwardTables& f) {
     tables.push_back({p + "input_xor", f.input_xor, kXorTableSize});

@@ -6,9 +6,15 @@ namespace zel_wbgen {
 const uint8_t kMixCoefficients[4] = {2, 3, 1, 1};
 const uint8_t kInvMixCoefficients[4] = {14, 11, 13, 9};
 
+unsigned column_source(bool inverse, unsigned row, unsigned col) {
+  return row + 4 * ((inverse ? col - row : col + row) & 3);
+}
+
 DirectionEncodings draw_direction(ChaCha20Stream& stream,
-                                  const uint8_t coefficients[4]) {
+                                  const uint8_t coefficients[4],
+                                  bool inverse) {
   DirectionEncodings enc;
+  enc.inverse = inverse;
   enc.entry = random_encoding(stream);
   for (unsigned d = 0; d < 4; ++d)
     enc.term[d] = compose(random_encoding(stream),
@@ -20,6 +26,9 @@ DirectionEncodings draw_direction(ChaCha20Stream& stream,
   enc.sbox_out = random_encoding(stream);
   for (auto& layer : enc.layer)
     for (ByteMap& position : layer) position = random_encoding(stream);
+  for (auto& layer : enc.term_mask)
+    for (auto& position : layer)
+      for (uint8_t& mask : position) mask = static_cast<uint8_t>(stream.next_u32());
   return enc;
 }
 

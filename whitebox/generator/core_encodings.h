@@ -24,16 +24,29 @@ constexpr unsigned kLayers = 14;  // layers of AES-256; AES-128 uses 0..9
 // DirectionEncodings: the forms of one direction's rounds. |coefficients|
 // are the MixColumns (or InvMixColumns) column coefficients c[d], where row
 // m takes c[(j - m) mod 4] times the byte of row j.
+//
+// term_mask[l][i][m] is XORed into the term that state byte i of layer l
+// gives row m, before G[d]: the column-sum XOR tables are shared by all
+// layers and positions, and the masks make the values they see differ per
+// layer and position (equal encoded sums in two places no longer mean equal
+// sums). The re-encoding into the next layer removes the masks' XOR.
 struct DirectionEncodings {
   ByteMap entry;                          // U
   std::array<ByteMap, 4> term;            // G[d]
   ByteMap half_a, half_b, sum;            // A, B, R
   ByteMap sbox_in, sbox_out;              // H, Q
   std::array<std::array<ByteMap, 16>, kLayers> layer;  // E[l][i]
+  std::array<std::array<std::array<uint8_t, 4>, 16>, kLayers - 1> term_mask;
+  bool inverse;  // InvShiftRows/InvMixColumns (else ShiftRows/MixColumns)
 };
 
 DirectionEncodings draw_direction(ChaCha20Stream& stream,
-                                  const uint8_t coefficients[4]);
+                                  const uint8_t coefficients[4],
+                                  bool inverse);
+
+// column_source is the state byte that (Inv)ShiftRows brings to (row,
+// col), as the runtime's forward_source / inverse_source.
+unsigned column_source(bool inverse, unsigned row, unsigned col);
 
 extern const uint8_t kMixCoefficients[4];     // 2, 3, 1, 1
 extern const uint8_t kInvMixCoefficients[4];  // 14, 11, 13, 9

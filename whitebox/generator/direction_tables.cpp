@@ -33,21 +33,41 @@ Bytes build_layer_maps(const DirectionEncodings& enc, const ByteMap& source,
   return table;
 }
 
+Bytes build_reencode(const DirectionEncodings& enc) {
+  const ByteMap from_sum = inverse_of(enc.sum);
+  Bytes table;
+  for (unsigned l = 1; l < kLayers; ++l)
+    for (unsigned pos = 0; pos < 16; ++pos) {
+      // The masks that the four terms summed into |pos| carried.
+      const unsigned row = pos & 3, col = pos >> 2;
+      uint8_t mask = 0;
+      for (unsigned j = 0; j < 4; ++j)
+        mask ^= enc.term_mask[l - 1][column_source(enc.inverse, j, col)][row];
+      for (unsigned r = 0; r < 256; ++r)
+        table.push_back(enc.layer[l][pos][from_sum[r] ^ mask]);
+    }
+  return table;
+}
+
 Words build_sbox_mix(const DirectionEncodings& enc,
                      const uint8_t coefficients[4], bool apply_sbox) {
   const ByteMap from = inverse_of(enc.sbox_in);
-  Words table(4 * 256);
-  for (unsigned row = 0; row < 4; ++row)
-    for (unsigned h = 0; h < 256; ++h) {
-      const uint8_t y = from[h];
-      const uint8_t value = apply_sbox ? zel_ref::aes_sbox(y) : y;
-      uint32_t word = 0;
-      for (unsigned m = 0; m < 4; ++m) {
-        const unsigned d = (row - m) & 3;
-        const uint8_t term = zel_ref::gf_mul(value, coefficients[d]);
-        word |= static_cast<uint32_t>(enc.term[d][term]) << (8 * m);
+  Words table;
+  for (unsigned l = 0; l + 1 < kLayers; ++l)
+    for (unsigned i = 0; i < 16; ++i) {
+      const unsigned row = i & 3;
+      for (unsigned h = 0; h < 256; ++h) {
+        const uint8_t y = from[h];
+        const uint8_t value = apply_sbox ? zel_ref::aes_sbox(y) : y;
+        uint32_t word = 0;
+        for (unsigned m = 0; m < 4; ++m) {
+          const unsigned d = (row - m) & 3;
+          const uint8_t term = zel_ref::gf_mul(value, coefficients[d]) ^
+                               enc.term_mask[l][i][m];
+          word |= static_cast<uint32_t>(enc.term[d][term]) << (8 * m);
+        }
+        table.push_back(word);
       }
-      table[row * 256 + h] = word;
     }
   return table;
 }

@@ -27,7 +27,7 @@ ForwardTableSet build_forward_tables(const DirectionEncodings& enc,
     }
   }
   set.entry_index = build_layer_maps(enc, enc.entry, 0);
-  set.reencode = build_layer_maps(enc, enc.sum, 1);
+  set.reencode = build_reencode(enc);
   for (unsigned t = 0; t < 3; ++t) set.mix_xor[t] = build_mix_xor(enc, t);
   set.sbox_mix = build_sbox_mix(enc, kMixCoefficients, true);
   return set;

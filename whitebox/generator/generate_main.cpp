@@ -76,7 +76,8 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kEncryptorCore);
   const ByteMap key_form = random_encoding(stream);
-  const DirectionEncodings forward = draw_direction(stream, kMixCoefficients);
+  const DirectionEncodings forward =
+      draw_direction(stream, kMixCoefficients, false);
   const ByteMap white = random_encoding(stream);
 
   SourceWriter w(inputs);
@@ -102,9 +103,10 @@ uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kDecryptorCore);
   const ByteMap key_form = random_encoding(stream);
-  const DirectionEncodings forward = draw_direction(stream, kMixCoefficients);
+  const DirectionEncodings forward =
+      draw_direction(stream, kMixCoefficients, false);
   const DirectionEncodings inverse =
-      draw_direction(stream, kInvMixCoefficients);
+      draw_direction(stream, kInvMixCoefficients, true);
   const ByteMap yellow = random_encoding(stream);
   const ByteMap blue = random_encoding(stream);
 

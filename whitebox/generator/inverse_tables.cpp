@@ -29,7 +29,7 @@ InverseTableSet build_inverse_tables(const DirectionEncodings& enc,
   }
   // Layer 0 reads the ciphertext itself: maps start at layer 1.
   set.entry_index = build_layer_maps(enc, enc.entry, 1);
-  set.reencode = build_layer_maps(enc, enc.sum, 1);
+  set.reencode = build_reencode(enc);
   for (unsigned t = 0; t < 3; ++t) set.mix_xor[t] = build_mix_xor(enc, t);
   set.sbox_mix = build_sbox_mix(enc, kInvMixCoefficients, false);
   return set;

@@ -52,6 +52,7 @@ InverseTableSet build_inverse_tables(const DirectionEncodings& enc,
 Bytes build_mix_xor(const DirectionEncodings& enc, unsigned which);
 Bytes build_layer_maps(const DirectionEncodings& enc, const ByteMap& source,
                        unsigned first_layer);
+Bytes build_reencode(const DirectionEncodings& enc);
 Words build_sbox_mix(const DirectionEncodings& enc,
                      const uint8_t coefficients[4], bool apply_sbox);
 

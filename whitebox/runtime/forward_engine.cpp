@@ -19,7 +19,7 @@ void build_forward_tables(const ForwardTables& tables, const RoundKeys& keys,
     for (unsigned i = 0; i < 16; ++i) {
       const uint8_t* key_xor = tables.key_xor + keys.bytes[16 * l + i] * 256;
       const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
-      const uint32_t* sbox_mix = tables.sbox_mix + (i & 3) * 256;
+      const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
       uint32_t* out = keyed.mix[l][i];
       for (unsigned u = 0; u < 256; ++u) out[index[u]] = sbox_mix[key_xor[u]];
     }

@@ -24,7 +24,7 @@ void build_inverse_tables(const InverseTables& tables, const RoundKeys& keys,
     const uint8_t* key_xor =
         tables.key_xor +
         keys.bytes[16 * (rounds - 1) + inverse_dest(i)] * 256;
-    const uint32_t* sbox_mix = tables.sbox_mix + (i & 3) * 256;
+    const uint32_t* sbox_mix = tables.sbox_mix + i * 256;
     uint32_t* out = keyed.mix[0][i];
     for (unsigned c = 0; c < 256; ++c)
       out[c] = sbox_mix[key_xor[tables.inv_sbox[cipher_key_xor[c]]]];
@@ -36,7 +36,7 @@ void build_inverse_tables(const InverseTables& tables, const RoundKeys& keys,
           keys.bytes[16 * (rounds - 1 - l) + inverse_dest(i)] * 256;
       const uint8_t* index = tables.entry_index + ((l - 1) * 16 + i) * 256;
       if (l + 1 < rounds) {
-        const uint32_t* sbox_mix = tables.sbox_mix + (i & 3) * 256;
+        const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
         uint32_t* out = keyed.mix[l][i];
         for (unsigned u = 0; u < 256; ++u)
           out[index[u]] = sbox_mix[key_xor[tables.inv_sbox[u]]];

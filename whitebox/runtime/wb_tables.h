@@ -10,7 +10,10 @@
 //   E[l][i] the state form of layer l, byte position i (one per layer and
 //           position);
 //   G[d]    the form of a MixColumns term (coefficient d of the column);
-//   A, B, R the forms of the partial and full column sums;
+//           each term also carries a secret mask of its layer, position
+//           and row, so the values in the shared XOR tables differ by place;
+//   A, B, R the forms of the partial and full column sums (with the XOR of
+//           their terms' masks, which the re-encoding removes);
 //   H, Q    forms used only while a key setup builds its keyed tables.
 // A "layer" is one round of table look-ups: layer 0 is the first AES round.
 //
@@ -49,7 +52,8 @@ struct ForwardTables {
   const uint8_t* entry_index;     // [layer][i][U(x)] -> E[layer][i](x)
   const uint8_t* reencode;        // [layer-1][i][R(x)] -> E[layer][i](x)
   const uint8_t* mix_xor[3];      // [G0][G1] -> A, [G2][G3] -> B, [A][B] -> R
-  const uint32_t* sbox_mix;       // [row][H(y)] -> 4 x G(MixColumns term of S(y))
+  const uint32_t* sbox_mix;       // [layer][i][H(y)] -> 4 x G(MixColumns
+                                  //   term of S(y) ^ the term's mask)
   const uint8_t* key_xor;         // [KE(k)][U(x)] -> H(x ^ k)
   const uint8_t* last_sbox;       // [H(y)] -> Q(S(y))
   const uint8_t* last_key_xor;    // [KE(k)][Q(s)] -> s ^ k (ciphertext byte)
@@ -60,7 +64,8 @@ struct InverseTables {
   const uint8_t* cipher_key_xor;  // [KE(k)][c] -> U(c ^ k)
   const uint8_t* inv_sbox;        // [U(a)] -> Q(InvS(a))
   const uint8_t* key_xor;         // [KE(k)][Q(s)] -> H(s ^ k)
-  const uint32_t* sbox_mix;       // [row][H(t)] -> 4 x G(InvMixColumns term of t)
+  const uint32_t* sbox_mix;       // [layer][i][H(t)] -> 4 x G(InvMixColumns
+                                  //   term of t ^ the term's mask)
   const uint8_t* mix_xor[3];      // as in ForwardTables
   const uint8_t* entry_index;     // [layer-1][i][U(x)] -> E[layer][i](x)
   const uint8_t* reencode;        // [layer-1][i][R(x)] -> E[layer][i](x)
