@@ -12,6 +12,8 @@
 // IV). No command overwrites an existing file.
 //
 // A host tool, never part of the library. Key buffers are wiped before exit.
+// Constant time: no (host tool; the protection maps are indexed by key
+// bytes).
 #include <cstdio>
 #include <cstring>
 #include <map>

@@ -6,10 +6,12 @@
 // writes DIR/wb_enc_tables.cpp (encryptor core), DIR/wb_dec_tables.cpp
 // (decryptor core) and DIR/wb_table_size.cpp. The only inputs are the seed
 // file and this program: the same seed gives byte-identical files. The
-// files name the seed file, never its content.
+// files name the seed file, never its content. The encodings drawn from the
+// seed are wiped once their tables are written.
 #include <cstdio>
 #include <string>
 
+#include "aes_reference.h"
 #include "core_encodings.h"
 #include "key_protection.h"
 #include "seed_file.h"
@@ -75,10 +77,9 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::vector<ByteMap>& protect_256,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kEncryptorCore);
-  const ByteMap key_form = random_encoding(stream);
-  const DirectionEncodings forward =
-      draw_direction(stream, kMixCoefficients, false);
-  const ByteMap white = random_encoding(stream);
+  ByteMap key_form = random_encoding(stream);
+  DirectionEncodings forward = draw_direction(stream, kMixCoefficients, false);
+  ByteMap white = random_encoding(stream);
 
   SourceWriter w(inputs);
   const std::string keys = emit_key_tables(
@@ -94,6 +95,8 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
            SourceWriter::byte_list(Bytes(white.begin(), white.end())) +
            ";\n}  // namespace wb_enc\n");
   ok = w.write_file(path) && ok;
+  zel_ref::secure_wipe(&forward, sizeof forward);
+  zel_ref::secure_wipe(key_form.data(), key_form.size());
   return bytes;
 }
 
@@ -102,13 +105,12 @@ uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::vector<ByteMap>& protect_256,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kDecryptorCore);
-  const ByteMap key_form = random_encoding(stream);
-  const DirectionEncodings forward =
-      draw_direction(stream, kMixCoefficients, false);
-  const DirectionEncodings inverse =
+  ByteMap key_form = random_encoding(stream);
+  DirectionEncodings forward = draw_direction(stream, kMixCoefficients, false);
+  DirectionEncodings inverse =
       draw_direction(stream, kInvMixCoefficients, true);
-  const ByteMap yellow = random_encoding(stream);
-  const ByteMap blue = random_encoding(stream);
+  ByteMap yellow = random_encoding(stream);
+  ByteMap blue = random_encoding(stream);
 
   SourceWriter w(inputs);
   const std::string keys = emit_key_tables(
@@ -128,6 +130,10 @@ uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
            SourceWriter::byte_list(Bytes(decoding.begin(), decoding.end())) +
            ";\n}  // namespace wb_dec\n");
   ok = w.write_file(path) && ok;
+  zel_ref::secure_wipe(&forward, sizeof forward);
+  zel_ref::secure_wipe(&inverse, sizeof inverse);
+  for (ByteMap* map : {&key_form, &yellow, &blue})
+    zel_ref::secure_wipe(map->data(), map->size());
   return bytes;
 }
 

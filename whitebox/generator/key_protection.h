@@ -11,6 +11,8 @@
 //
 // WARNING: unprotect_key produces the raw key; only zel-egsk calls it, on
 // a provisioning host.
+//
+// Constant time: no; the maps are indexed by key bytes (host tools only).
 #ifndef ZEL_WHITEBOX_GENERATOR_KEY_PROTECTION_H
 #define ZEL_WHITEBOX_GENERATOR_KEY_PROTECTION_H
 

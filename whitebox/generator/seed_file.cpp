@@ -15,6 +15,8 @@ bool read_seed_file(const std::string& path, Seed& seed, std::string& error) {
     error = "cannot open seed file " + path;
     return false;
   }
+  // Unbuffered: no stdio buffer is left holding a copy of the seed.
+  std::setvbuf(file, nullptr, _IONBF, 0);
   const std::size_t got = std::fread(seed.bytes, 1, kSeedSize, file);
   const bool longer = std::fgetc(file) != EOF;
   std::fclose(file);

@@ -1,6 +1,8 @@
 // table_sets.h: the generated tables of one core, as the generator builds
 // them before writing them out. Field names and layouts follow the runtime's
 // KeyTables, ForwardTables and InverseTables (whitebox/runtime/wb_tables.h).
+//
+// Build time only; no constant-time requirement.
 #ifndef ZEL_WHITEBOX_GENERATOR_TABLE_SETS_H
 #define ZEL_WHITEBOX_GENERATOR_TABLE_SETS_H
 
