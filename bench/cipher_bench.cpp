@@ -21,6 +21,10 @@
 #include "PKIWB_encrypt.h"
 #include "test_keys.h"
 
+#ifdef ZEL_WB_TABLE_BYTES
+#include "wb_tables.h"
+#endif
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -190,6 +194,28 @@ void RegisterAll() {
       }
 }
 
+// KeySetup/<core>/<keybits>: one key-and-IV setup of an encryptor and of a
+// decryptor, the work every encrypt_payload and decrypt_payload starts with.
+void KeySetup(benchmark::State& state, unsigned key_bits) {
+  const Bytes key = CoreKeyForm(Bytes(key_bits / 8, 0x2b));
+  const Bytes iv(16, 0x01);
+  PKIWB_encrypt encryptor(key_bits / 8);
+  PKIWB_decrypt decryptor(key_bits / 8);
+  for (auto _ : state) {
+    encryptor.aes_init(key.data(), iv.data());
+    decryptor.aes_init(key.data(), iv.data());
+  }
+}
+
+void RegisterKeySetup() {
+  for (unsigned key_bits : {128u, 256u}) {
+    const std::string name =
+        std::string("KeySetup/") + ZEL_WB_CORE_NAME + "/" + std::to_string(key_bits);
+    benchmark::RegisterBenchmark(name.c_str(), KeySetup, key_bits)
+        ->Unit(benchmark::kMicrosecond);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -202,6 +228,13 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&arg_count, args.data());
   if (benchmark::ReportUnrecognizedArguments(arg_count, args.data())) return 1;
   RegisterAll();
+  RegisterKeySetup();
+#ifdef ZEL_WB_TABLE_BYTES
+  // The static tables of both cores, both key sizes, as the library holds
+  // them.
+  benchmark::AddCustomContext("whitebox_static_table_bytes",
+                              std::to_string(zel_wb::wb_generated_table_bytes));
+#endif
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;
