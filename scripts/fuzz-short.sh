@@ -26,9 +26,12 @@ CC=clang CXX=clang++ cmake -S . -B "${build}" \
   -DCMAKE_CXX_FLAGS="${sanitize} -fsanitize=fuzzer-no-link" \
   -DCMAKE_EXE_LINKER_FLAGS="${sanitize}" \
   -DCMAKE_SHARED_LINKER_FLAGS="${sanitize}" >/dev/null
-cmake --build "${build}" --target zel_load_fuzzer -j2
-
 runtime=$(clang -print-file-name=libclang_rt.asan-x86_64.so)
+# The build runs a tool of its own (the white-box table generator), built
+# with the same flags: it needs the shared sanitizer runtime too.
+LD_LIBRARY_PATH="$(dirname "${runtime}")${LD_LIBRARY_PATH:+:${LD_LIBRARY_PATH}}" \
+  cmake --build "${build}" --target zel_load_fuzzer -j2
+
 mkdir -p "${build}/corpus"
 cd "${build}"
 LD_PRELOAD="${runtime}" \
