@@ -3,31 +3,19 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <stdexcept>
 #include <string>
 
 #include "aes_reference.h"
-#include "key_protection.h"
-#include "seed_file.h"
 
-// The protection maps of the build's seed, derived once per key size
-// (each map is a balanced random encoding and takes a while to draw).
-Bytes protect_with_build_seed(const Bytes& raw) {
-  static std::map<size_t, std::vector<zel_wbgen::ByteMap>> maps_by_size;
-  std::vector<zel_wbgen::ByteMap>& maps = maps_by_size[raw.size()];
-  if (maps.empty()) {
-    zel_wbgen::Seed seed;
-    std::string error;
-    if (!zel_wbgen::read_seed_file(ZEL_WB_SEED_FILE, seed, error))
-      throw std::runtime_error(error);
-    maps = zel_wbgen::protection_maps(seed.bytes,
-                                      static_cast<unsigned>(raw.size()));
-  }
-  Bytes out(raw.size());
-  for (size_t j = 0; j < raw.size(); ++j) out[j] = maps[j][raw[j]];
-  return out;
-}
+#ifndef ZEL_WB_PROTECTED_KEYS
+#define ZEL_WB_PROTECTED_KEYS
+#endif
+#include "test_keys.h"
+
+// The white-box tests always key the white-box core, whichever core the
+// library was built with; the wrapping is shared with the cipher tests.
+Bytes protect_with_build_seed(const Bytes& raw) { return CoreKeyForm(raw); }
 
 namespace {
 
