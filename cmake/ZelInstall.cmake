@@ -4,6 +4,11 @@
 
 set(ZEL_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/zel_secure_store)
 
+# Installed side by side, the libraries find each other through $ORIGIN,
+# whatever search path the program that loads them carries.
+set_target_properties(hevo_base zel_logging zel_secure_store PROPERTIES
+  INSTALL_RPATH "$ORIGIN")
+
 install(TARGETS hevo_base zel_logging zel_secure_store
   EXPORT zel_secure_store_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

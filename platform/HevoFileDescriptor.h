@@ -17,6 +17,9 @@ class HevoFileDescriptor {
   int Get() const { return fd_; }
   bool IsOpen() const { return fd_ >= 0; }
 
+  // Release gives up ownership without closing.
+  void Release() { fd_ = -1; }
+
   // Close closes now and reports close's own result, which can carry a
   // delayed write error.
   bool Close() {

@@ -1,6 +1,11 @@
-// HevoTempFiles.h: naming of the temporary files that THevoBlob::Store
-// writes before it renames them over their target. Internal to the base
-// library.
+// HevoTempFiles.h: the temporary files that THevoBlob::Store writes before
+// it renames them over their target. Internal to the base library.
+//
+// A temporary is alive while its writer holds an exclusive flock on it; the
+// lock goes with the writer's open file, so it ends when the writer renames
+// or removes the temporary, or dies. Liveness is judged by the lock alone,
+// never by the process id in the name, which means nothing in another PID
+// namespace that shares the directory.
 #ifndef HEVO_TEMP_FILES_H
 #define HEVO_TEMP_FILES_H
 
@@ -8,11 +13,16 @@
 
 namespace HevoTempFiles {
 
-// kPrefix starts the name of every temporary; listings skip such names.
+// kPrefix starts the name of every temporary; listings skip such names, and
+// the key store builds no item file name that starts with it.
 constexpr const char kPrefix[] = ".hevo-tmp-";
 
 // IsTemporaryName tells whether a bare file name is one of our temporaries.
-bool IsTemporaryName(const std::string& name);
+// Inline, so that the key store applies the same test without an exported
+// symbol.
+inline bool IsTemporaryName(const std::string& name) {
+  return name.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0;
+}
 
 // NewTemporaryName returns a bare name that no other live process uses:
 // the prefix, this process's id and a per-process counter. Its length does
@@ -20,10 +30,21 @@ bool IsTemporaryName(const std::string& name);
 // long.
 std::string NewTemporaryName();
 
-// RemoveAbandoned removes, from the directory |dir|, the temporaries whose
-// writing process no longer exists (it was killed before it could rename or
-// remove its temporary). Best effort: failures are ignored.
-void RemoveAbandoned(const std::string& dir);
+// CreateLocked creates the temporary |name| in the directory |dir_fd|, open
+// for writing, locked, with mode 0600 whatever the umask, and returns its
+// descriptor (-1 on failure). The caller owns the descriptor; the lock
+// lasts while it or a duplicate of it is open.
+//
+// WARNING: the file is created with mode 0 and given 0600 only once it is
+// locked, so that RemoveAbandoned never takes it for abandoned in between; a
+// writer killed in that moment leaves an empty file of mode 0 that is never
+// removed.
+int CreateLocked(int dir_fd, const std::string& name);
+
+// RemoveAbandoned removes, from the directory |dir_fd|, the temporaries
+// whose writer no longer holds the lock (it was killed before it could
+// rename or remove its temporary). Best effort: failures are ignored.
+void RemoveAbandoned(int dir_fd);
 
 }  // namespace HevoTempFiles
 

@@ -7,9 +7,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <limits>
+#include <new>
+#include <stdexcept>
 
 #include "HevoFileDescriptor.h"
 #include "HevoTempFiles.h"
+#include "HevoWipe.h"
 
 namespace {
 
@@ -47,18 +51,24 @@ void SplitPath(const std::string& path, std::string& dir, std::string& base) {
   }
 }
 
-// WriteTemporary creates |name| in |dir_fd|, writes |bytes| into it and syncs
-// it. On failure the caller removes the name.
-bool WriteTemporary(int dir_fd, const std::string& name,
-                    const std::vector<uint8_t>& bytes, bool& created) {
-  HevoFileDescriptor file(openat(
-      dir_fd, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
-      0600));
-  created = file.IsOpen();
-  if (!created) return false;
-  if (!WriteAll(file.Get(), bytes.data(), bytes.size())) return false;
-  if (!SyncRetrying(file.Get())) return false;
-  return file.Close();
+// WipedOnExit wipes a local byte vector when it goes out of scope, on every
+// exit path: it may hold file bytes, or a blob's old bytes after a swap.
+struct WipedOnExit {
+  std::vector<uint8_t>& bytes;
+  ~WipedOnExit() { HevoWipe::Clear(bytes); }
+};
+
+// ReadExactly reads |size| bytes into |data|; false on an error or an early
+// end of file.
+bool ReadExactly(int fd, uint8_t* data, size_t size) {
+  while (size > 0) {
+    const ssize_t got = read(fd, data, size);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return false;
+    data += got;
+    size -= static_cast<size_t>(got);
+  }
+  return true;
 }
 
 }  // namespace
@@ -70,10 +80,9 @@ THevoBlob::THevoBlob(const std::string& text) {
 }
 
 THevoBlob::~THevoBlob() {
-  // Blobs carry keys and plaintext: wipe the bytes before the vector frees
-  // them. Volatile stores keep the compiler from dropping the wipe.
-  volatile uint8_t* bytes = GetContainer().data();
-  for (size_t i = 0; i < GetContainer().size(); ++i) bytes[i] = 0;
+  // Blobs carry keys and plaintext: wipe the whole allocation, also the
+  // spare capacity left by earlier, longer contents, before it is freed.
+  HevoWipe::Clear(GetContainer());
 }
 
 std::string THevoBlob::ToString() const {
@@ -100,23 +109,35 @@ std::string THevoBlob::ToString() const {
 }
 
 bool THevoBlob::Load(const std::string& path) {
-  HevoFileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  return Load(path, std::numeric_limits<uint32_t>::max());
+}
+
+bool THevoBlob::Load(const std::string& path, size_t maxSize) {
+  // Non-blocking, so that opening a FIFO or a device cannot hang; the type
+  // is then checked on the descriptor itself, not on the name.
+  HevoFileDescriptor file(
+      open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (!file.IsOpen()) return false;
   struct stat info;
   if (fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  if (info.st_size < 0 || static_cast<uint64_t>(info.st_size) > maxSize)
+    return false;
 
   std::vector<uint8_t> bytes;
-  bytes.reserve(static_cast<size_t>(info.st_size));
-  uint8_t chunk[4096];
-  for (;;) {
-    const ssize_t got = read(file.Get(), chunk, sizeof chunk);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    if (got == 0) break;
-    bytes.insert(bytes.end(), chunk, chunk + got);
+  const WipedOnExit wiped{bytes};
+  try {
+    bytes.resize(static_cast<size_t>(info.st_size));
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::length_error&) {
+    return false;
   }
+  // Exactly the size that fstat gave, then the end of the file: a file that
+  // shrinks or grows while it is read is refused, not read without bound.
+  uint8_t probe;
+  if (!ReadExactly(file.Get(), bytes.data(), bytes.size()) ||
+      ReadExactly(file.Get(), &probe, 1))
+    return false;
   GetContainer().swap(bytes);
   return true;
 }
@@ -128,13 +149,21 @@ bool THevoBlob::Store(const std::string& path) const {
 
   HevoFileDescriptor dir_fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!dir_fd.IsOpen()) return false;
-  HevoTempFiles::RemoveAbandoned(dir);
+  HevoTempFiles::RemoveAbandoned(dir_fd.Get());
 
   const std::string temporary = HevoTempFiles::NewTemporaryName();
-  bool created = false;
-  if (!WriteTemporary(dir_fd.Get(), temporary, GetContainer(), created) ||
+  HevoFileDescriptor file(HevoTempFiles::CreateLocked(dir_fd.Get(), temporary));
+  if (!file.IsOpen()) return false;
+  // The lock belongs to the open file and is shared by a duplicate
+  // descriptor: |holder| keeps it, so that no other Store takes the
+  // temporary for abandoned, until the rename is done; |file| is closed
+  // before, for the write error that close can report.
+  const HevoFileDescriptor holder(dup(file.Get()));
+  const std::vector<uint8_t>& bytes = GetContainer();
+  if (!holder.IsOpen() || !WriteAll(file.Get(), bytes.data(), bytes.size()) ||
+      !SyncRetrying(file.Get()) || !file.Close() ||
       renameat(dir_fd.Get(), temporary.c_str(), dir_fd.Get(), base.c_str()) != 0) {
-    if (created) unlinkat(dir_fd.Get(), temporary.c_str(), 0);
+    unlinkat(dir_fd.Get(), temporary.c_str(), 0);
     return false;
   }
   // The rename is durable only once the directory itself is synced.

@@ -50,6 +50,23 @@ void WriteAll(const std::string& record) {
   }
 }
 
+// AppendEscaped appends |text| with every control character (below 0x20,
+// and 0x7f) written as "\xHH", so that a name or id that carries a line end
+// cannot end the record early and forge another one.
+void AppendEscaped(std::string& record, const char* text, size_t length) {
+  static const char kHex[] = "0123456789abcdef";
+  for (size_t i = 0; i < length; ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != 0x7f) {
+      record += static_cast<char>(c);
+    } else {
+      record += "\\x";
+      record += kHex[c >> 4];
+      record += kHex[c & 0x0f];
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int zelLogging_log(int level, const char* format, ...) {
@@ -71,7 +88,7 @@ extern "C" int zelLogging_log(int level, const char* format, ...) {
 
   // Record layout: "<level> text", the syslog-style level in angle brackets.
   std::string record = "<" + std::to_string(level) + "> ";
-  record.append(text.data(), static_cast<size_t>(length));
+  AppendEscaped(record, text.data(), static_cast<size_t>(length));
   record += '\n';
 
   // One write per record keeps records whole; the lock keeps writers of this

@@ -13,8 +13,10 @@ extern "C" {
 // The default implementation writes records of level 3 and below to
 // standard error, one write per record, and is safe to call from several
 // threads. The environment variable ZEL_LOG_LEVEL, read once, sets another
-// threshold (6 shows the traces). It returns the number of characters of
-// the record's text, or 0 when the record was filtered out.
+// threshold (6 shows the traces). Control characters in the text (below
+// 0x20, and 0x7f) are written as "\xHH", so that every record is one line.
+// It returns the number of characters of the record's text (before
+// escaping), or 0 when the record was filtered out.
 //
 // WARNING: the libraries call this function by its plain name across the
 // library boundary, so an application that defines its own zelLogging_log

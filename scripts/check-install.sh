@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # check-install.sh BUILD_DIR: installs the build into a staging prefix and
 # builds and runs a tiny consumer against it twice: through the CMake package
-# and through pkg-config.
+# and through pkg-config. Neither run sets LD_LIBRARY_PATH: the consumer finds
+# the library through its own rpath, and the library its dependencies
+# through theirs ($ORIGIN).
 set -euo pipefail
 build_dir=$(realpath "$1")
 source_dir=$(realpath "$(dirname "$0")/..")
@@ -16,10 +18,13 @@ cmake -S "$source_dir/tests/consumer" -B "$stage/consumer" \
 cmake --build "$stage/consumer" >/dev/null
 pcdir=$(find "$stage/prefix" -name zel_secure_store.pc -printf '%h\n')
 libdir=$(dirname "$pcdir")
-LD_LIBRARY_PATH="$libdir" "$stage/consumer/consumer"
+env -u LD_LIBRARY_PATH "$stage/consumer/consumer"
 
 export PKG_CONFIG_PATH="$pcdir"
+# With --as-needed the program does not need the logging library itself,
+# so that library must be found through the store library's RUNPATH.
 # shellcheck disable=SC2046
 g++ -std=c++17 "$source_dir/tests/consumer/consumer.cpp" -o "$stage/consumer-pc" \
-  $(pkg-config --cflags --libs zel_secure_store)
-LD_LIBRARY_PATH="$libdir" "$stage/consumer-pc"
+  -Wl,--as-needed $(pkg-config --cflags --libs zel_secure_store) \
+  -Wl,-rpath,"$libdir"
+env -u LD_LIBRARY_PATH "$stage/consumer-pc"

@@ -3,6 +3,7 @@
 
 #include <iostream>
 
+#include "HevoWipe.h"
 #include "zelLogging.h"
 
 namespace {
@@ -28,7 +29,9 @@ void TZelKeyChain::Print() const {
 
 void TZelKeyChain::CopyInto(const std::string& id,
                             const std::vector<uint8_t>& bytes) {
-  GetContainer()[id].GetContainer() = bytes;
+  // A larger item must not leave the old bytes in a freed block, nor a
+  // smaller one the old tail in the spare capacity.
+  HevoWipe::Assign(GetContainer()[id].GetContainer(), bytes);
 }
 
 void TZelKeyChain::SetItem(const std::string& id, const THevoBlob& item) {
@@ -58,12 +61,12 @@ void TZelKeyChain::GetItem(const std::string& id, THevoBlob& item) const {
                  __FILE__, __LINE__, __func__, name_.c_str(), id.c_str());
   const auto found = GetContainer().find(id);
   if (found != GetContainer().end()) {
-    item.GetContainer() = found->second.GetContainer();
+    HevoWipe::Assign(item.GetContainer(), found->second.GetContainer());
     return;
   }
   zelLogging_log(kLevelError, "[TZelKeyChain] Can't find item '%s'!",
                  id.c_str());
-  item.GetContainer().clear();
+  HevoWipe::Clear(item.GetContainer());
 }
 
 void TZelKeyChain::RemoveItem(const std::string& id) {

@@ -4,7 +4,8 @@
 // key store writes each item to its own file, named by the keychain's name
 // followed by the item id, and reads them back into a keychain of the same
 // name. Every item goes in and out as a copy of its bytes: the keychain
-// never shares a blob with its caller.
+// never shares a blob with its caller, and wipes every byte it lets go of
+// (a replaced or removed item, the old content of an output blob).
 //
 // Every operation but Print writes a trace line (level 6) through
 // zelLogging_log before it acts. A keychain is not thread-safe.

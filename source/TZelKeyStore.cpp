@@ -4,6 +4,7 @@
 #include <set>
 
 #include "HevoFileUtils.h"
+#include "HevoTempFiles.h"
 #include "THevoDeviceInfo.h"
 #include "zelLogging.h"
 
@@ -11,6 +12,17 @@ namespace {
 constexpr int kLevelError = 2;
 constexpr int kLevelTrace = 6;
 constexpr unsigned int kDirectoryMode = 0755;
+
+// IsItemFileName is the one rule for the names of item files (see the
+// header): the file name, keychain name followed by item id, must not hold
+// a "/" or a NUL byte, nor start with the prefix of the base library's
+// temporaries. "." and ".." need no refusal: joined to the name without a
+// separator, they cannot leave the directory.
+bool IsItemFileName(const std::string& fileName) {
+  return fileName.find('/') == std::string::npos &&
+         fileName.find('\0') == std::string::npos &&
+         !HevoTempFiles::IsTemporaryName(fileName);
+}
 }  // namespace
 
 const char* TZelKeyStore::ROOT_PATH_DEFAULT = "zel_keystore";
@@ -46,7 +58,8 @@ bool TZelKeyStore::StoreKeyChain(const TZelKeyChain& keyChain) {
                  __FILE__, __LINE__, __func__, prefix.c_str());
   bool result = false;
   for (const auto& item : keyChain.GetContainer()) {
-    const bool ok = secureStore->Store(prefix + item.first, item.second);
+    const bool ok = IsItemFileName(keyChain.GetName() + item.first) &&
+                    secureStore->Store(prefix + item.first, item.second);
     // Each item overrides the result: it reports the last item only.
     result = ok;
     if (!ok)
@@ -66,7 +79,7 @@ bool TZelKeyStore::LoadKeyChain(TZelKeyChain& keyChain) {
                    path.c_str());
     for (const std::string& file : files) {
       const std::string base = HevoFileUtils::GetFileBaseName(file);
-      if (base != keyChain.GetName()) continue;
+      if (base != keyChain.GetName() || !IsItemFileName(file)) continue;
       THevoBlob blob;
       const std::string filePath = path + "/" + file;
       if (secureStore->Load(filePath, blob)) {
@@ -85,13 +98,15 @@ bool TZelKeyStore::EraseKeyChain(TZelKeyChain& keyChain) {
   const std::string prefix = path + "/" + keyChain.GetName();
   bool result = true;
   for (const auto& item : keyChain.GetContainer()) {
-    if (!HevoFileUtils::Remove(prefix + item.first)) {
+    if (!IsItemFileName(keyChain.GetName() + item.first) ||
+        !HevoFileUtils::Remove(prefix + item.first)) {
       zelLogging_log(kLevelError,
                      "[TZelKeyStore] Can't remove keychain data for '%s'.",
                      item.first.c_str());
       result = false;
     }
   }
+  // Each item's blob wipes its bytes as it is destroyed.
   keyChain.GetContainer().clear();
   return result;
 }

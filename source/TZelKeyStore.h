@@ -8,6 +8,17 @@
 // ".key.enc" for the private key). There is no index: which items exist is
 // known from the file names alone.
 //
+// Item file names. The key store builds only a file name (keychain name
+// followed by item id) that holds no "/" and no NUL byte and does not start
+// with ".hevo-tmp-", the prefix of the temporaries that replace files
+// crash-safely. Such a name stays inside the key-store directory ("." and
+// "..", joined to the name without a separator, stay inside too). For an
+// item whose file name breaks this rule, StoreKeyChain writes and replaces
+// nothing, EraseKeyChain removes nothing, both log their usual error line
+// for the item and count it as failed; LoadKeyChain never finds a keychain
+// whose name breaks it. Names and ids often come from outside input (a
+// peer's or a device's identifier): this rule is what keeps them inside.
+//
 // Keychains are passed by reference and not kept. Failures are logged
 // (level 2) and summed up in the bool result as each operation states;
 // exceptions of the cipher layer (an item shorter than 16 bytes, a

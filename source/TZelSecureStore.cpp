@@ -12,12 +12,16 @@ TZelSecureStore::~TZelSecureStore() = default;
 
 bool TZelSecureStore::Load(const std::string& path, THevoBlob& out) {
   THevoBlob cipherText;
-  bool ok = cipherText.Load(path);
-  if (ok) ok = Decrypt(cipherText, out);
-  return ok;
+  if (!cipherText.Load(path, PKIWB_encrypt::get_padded_payload_size(MAX_ITEM_SIZE)))
+    return false;
+  // Decrypted in place: |out| takes the ciphertext's buffer, and its old
+  // bytes go to |cipherText|, which wipes them.
+  out.GetContainer().swap(cipherText.GetContainer());
+  return Decrypt(out, out);
 }
 
 bool TZelSecureStore::Store(const std::string& path, const THevoBlob& in) {
+  if (in.GetContainer().size() > MAX_ITEM_SIZE) return false;
   THevoBlob cipherText;
   bool ok = Encrypt(in, cipherText);
   if (ok) ok = cipherText.Store(path);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "HevoWipe.h"
 #include "key_material.h"
 
 const unsigned EGSK_SIZE =
@@ -13,6 +14,9 @@ namespace {
 
 void AppendBytes(THevoBlob& blob, const unsigned char* begin,
                  const unsigned char* end) {
+  // Reserved first: growing one byte at a time would free key bytes in
+  // every block it outgrows.
+  blob.GetContainer().reserve(static_cast<size_t>(end - begin));
   for (const unsigned char* p = begin; p != end; ++p)
     blob.GetContainer().push_back(*p);
 }
@@ -38,7 +42,7 @@ bool TZelSecureStoreCrypto::Encrypt(const THevoBlob& in, THevoBlob& out) {
     return false;
   const unsigned n = static_cast<unsigned>(in.GetContainer().size());
   const unsigned padded = PKIWB_encrypt::get_padded_payload_size(n);
-  out.GetContainer().resize(padded);
+  HevoWipe::Resize(out.GetContainer(), padded);
   const unsigned written = encryptor->encrypt_payload(
       egsk.GetContainer().data(), uid.GetContainer().data(),
       in.GetContainer().data(), n, out.GetContainer().data());
@@ -49,10 +53,13 @@ bool TZelSecureStoreCrypto::Decrypt(const THevoBlob& in, THevoBlob& out) {
   if (in.GetContainer().size() > std::numeric_limits<uint32_t>::max())
     return false;
   const unsigned n = static_cast<unsigned>(in.GetContainer().size());
-  out.GetContainer().resize(n);
+  // |in| may be |out| (TZelSecureStore::Load): the size stays, and the
+  // decryptor allows overlapping input and output.
+  HevoWipe::Resize(out.GetContainer(), n);
   const unsigned plain = decryptor->decrypt_payload(
       egsk.GetContainer().data(), uid.GetContainer().data(),
       in.GetContainer().data(), n, out.GetContainer().data());
-  out.GetContainer().resize(plain);
+  // The dropped tail (the pad's room) is wiped.
+  HevoWipe::Resize(out.GetContainer(), plain);
   return !out.GetContainer().empty();
 }

@@ -1,7 +1,9 @@
 // Blob file storage: load and store, their failures, and the crash safety
 // of Store.
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -87,9 +89,13 @@ TEST(FileStore, AbandonedTemporaryOfADeadProcessIsRemoved) {
   WriteFile(dir / stale, "torn");
   const std::string live = ".hevo-tmp-" + std::to_string(getppid()) + "-0";
   WriteFile(dir / live, "still being written");
+  // A live writer holds the lock on its temporary.
+  const int writer = open((dir / live).c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(writer, LOCK_EX), 0);
 
   ASSERT_TRUE(THevoBlob(std::string("x")).Store(dir / "item.enc"));
   EXPECT_EQ(ListDir(dir.path()), (std::set<std::string>{live, "item.enc"}));
+  close(writer);
 }
 
 // A writer killed at random points while replacing a file: afterwards the
