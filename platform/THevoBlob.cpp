@@ -158,7 +158,7 @@ bool THevoBlob::Store(const std::string& path) const {
   // descriptor: |holder| keeps it, so that no other Store takes the
   // temporary for abandoned, until the rename is done; |file| is closed
   // before, for the write error that close can report.
-  const HevoFileDescriptor holder(dup(file.Get()));
+  const HevoFileDescriptor holder(fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
   const std::vector<uint8_t>& bytes = GetContainer();
   if (!holder.IsOpen() || !WriteAll(file.Get(), bytes.data(), bytes.size()) ||
       !SyncRetrying(file.Get()) || !file.Close() ||
