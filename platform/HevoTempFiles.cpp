@@ -21,14 +21,6 @@ struct DirCloser {
   void operator()(DIR* dir) const { closedir(dir); }
 };
 
-// IsAbandoned tells whether the temporary open as |fd| is finished (mode
-// 0600, see CreateLocked) and unlocked, and takes the lock if so.
-bool IsAbandoned(int fd) {
-  struct stat info;
-  return fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
-         (info.st_mode & 07777) != 0 && flock(fd, LOCK_EX | LOCK_NB) == 0;
-}
-
 // SameFile tells whether |name| in |dir_fd| still is the file open as |fd|.
 bool SameFile(int dir_fd, const char* name, int fd) {
   struct stat by_name, by_fd;
@@ -44,17 +36,27 @@ std::string NewTemporaryName() {
          std::to_string(g_counter.fetch_add(1));
 }
 
-int CreateLocked(int dir_fd, const std::string& name) {
-  HevoFileDescriptor file(openat(
-      dir_fd, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0));
-  if (!file.IsOpen()) return -1;
-  if (flock(file.Get(), LOCK_EX) != 0 || fchmod(file.Get(), 0600) != 0) {
-    unlinkat(dir_fd, name.c_str(), 0);
-    return -1;
+int CreateLocked(int dir_fd, std::string& name) {
+  // A few rounds are plenty: each loses only to a concurrent RemoveAbandoned
+  // that caught the file in the moment before it was locked.
+  for (int round = 0; round < 8; ++round) {
+    name = NewTemporaryName();
+    HevoFileDescriptor file(openat(dir_fd, name.c_str(),
+                                   O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+                                   0600));
+    if (!file.IsOpen()) return -1;
+    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 ||
+        !SameFile(dir_fd, name.c_str(), file.Get()))
+      continue;  // taken for abandoned: the remover unlinks it
+    if (fchmod(file.Get(), 0600) != 0) {
+      unlinkat(dir_fd, name.c_str(), 0);
+      return -1;
+    }
+    const int fd = file.Get();
+    file.Release();
+    return fd;
   }
-  const int fd = file.Get();
-  file.Release();
-  return fd;
+  return -1;
 }
 
 void RemoveAbandoned(int dir_fd) {
@@ -70,7 +72,9 @@ void RemoveAbandoned(int dir_fd) {
     if (!IsTemporaryName(entry->d_name)) continue;
     const HevoFileDescriptor file(openat(
         dir_fd, entry->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (file.IsOpen() && IsAbandoned(file.Get()) &&
+    // Locked by us, it is abandoned; still under its name, it is the file
+    // we locked (its writer may have renamed it and finished meanwhile).
+    if (file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 &&
         SameFile(dir_fd, entry->d_name, file.Get()))
       unlinkat(dir_fd, entry->d_name, 0);
   }

@@ -30,16 +30,16 @@ inline bool IsTemporaryName(const std::string& name) {
 // long.
 std::string NewTemporaryName();
 
-// CreateLocked creates the temporary |name| in the directory |dir_fd|, open
-// for writing, locked, with mode 0600 whatever the umask, and returns its
-// descriptor (-1 on failure). The caller owns the descriptor; the lock
-// lasts while it or a duplicate of it is open.
+// CreateLocked creates a new temporary in the directory |dir_fd|, open for
+// writing, locked, with mode 0600 whatever the umask; it sets |name| to its
+// bare name and returns its descriptor (-1 on failure). The caller owns the
+// descriptor; the lock lasts while it or a duplicate of it is open.
 //
-// WARNING: the file is created with mode 0 and given 0600 only once it is
-// locked, so that RemoveAbandoned never takes it for abandoned in between; a
-// writer killed in that moment leaves an empty file of mode 0 that is never
-// removed.
-int CreateLocked(int dir_fd, const std::string& name);
+// Between creating and locking, another Store may take the new file for
+// abandoned and remove it; CreateLocked notices (the name no longer leads
+// to the file it locked) and starts again under a new name, so that the
+// temporary it returns is locked and in place.
+int CreateLocked(int dir_fd, std::string& name);
 
 // RemoveAbandoned removes, from the directory |dir_fd|, the temporaries
 // whose writer no longer holds the lock (it was killed before it could

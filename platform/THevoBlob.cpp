@@ -151,7 +151,7 @@ bool THevoBlob::Store(const std::string& path) const {
   if (!dir_fd.IsOpen()) return false;
   HevoTempFiles::RemoveAbandoned(dir_fd.Get());
 
-  const std::string temporary = HevoTempFiles::NewTemporaryName();
+  std::string temporary;
   HevoFileDescriptor file(HevoTempFiles::CreateLocked(dir_fd.Get(), temporary));
   if (!file.IsOpen()) return false;
   // The lock belongs to the open file and is shared by a duplicate
