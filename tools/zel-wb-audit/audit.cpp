@@ -30,7 +30,7 @@ bool key_works(Target& target, const std::vector<uint8_t>& key) {
 }
 
 void print_outcome(const std::string& target, const Outcome& o) {
-  std::printf("%-28s %-44s %2u/%-2u key bytes  %-34s %8.3f s%s%s\n",
+  std::printf("%-30s %-50s %2u/%-2u key bytes  %-34s %9.4f s%s%s\n",
               o.attack.c_str(), target.c_str(), o.recovered, o.key_bytes,
               o.cost.c_str(), o.seconds, o.detail.empty() ? "" : "  ",
               o.detail.c_str());

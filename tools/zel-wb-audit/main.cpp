@@ -140,7 +140,7 @@ int run(int argc, char** argv) {
     return o.attacks.empty() || o.attacks.count(a) != 0;
   };
   bool any_key = false;
-  std::printf("%-28s %-44s %-16s %-34s %10s\n", "attack", "target",
+  std::printf("%-30s %-50s %-16s %-34s %10s\n", "attack", "target",
               "recovered", "cost", "time");
   for (unsigned key_len : o.key_sizes) {
     const unsigned slot = key_len == 16 ? 0 : 1;
