@@ -62,8 +62,12 @@ class CoreTarget : public Target {
     Core::block(state_, key_len(), chain_, in, out);
   }
   Region tables() override { return table_section(); }
+  // The core's own part of the working block: after the fields the
+  // wrapper writes (faulting their pointers would only crash the run).
   Region work() override {
-    return {reinterpret_cast<uint8_t*>(state_.work), Core::work_size()};
+    const size_t head = sizeof(typename Core::Work);
+    return {reinterpret_cast<uint8_t*>(state_.work) + head,
+            Core::work_size() - head};
   }
 
  private:

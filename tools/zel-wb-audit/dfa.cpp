@@ -15,11 +15,12 @@
 //
 // AES-256 peels the recovered round off and repeats on the round before,
 // with faults two rounds earlier; the two round keys give the raw key.
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <functional>
 #include <cstring>
-#include <map>
+#include <unordered_map>
 #include <random>
 
 #include "aes_util.h"
@@ -49,11 +50,26 @@ struct Side {
   }
 };
 
-uint8_t ginv(uint8_t a) {
-  for (unsigned b = 1; b < 256; ++b)
-    if (gmul(a, static_cast<uint8_t>(b)) == 1) return static_cast<uint8_t>(b);
-  return 0;
+// Multiplication by the eight column coefficients and their inverses, as
+// tables (the constant-time gmul is slow).
+struct Field {
+  uint8_t mul[256][256];
+  uint8_t inv[256];
+  Field() {
+    for (unsigned a = 0; a < 256; ++a)
+      for (unsigned b = 0; b < 256; ++b) {
+        mul[a][b] = gmul(static_cast<uint8_t>(a), static_cast<uint8_t>(b));
+        if (mul[a][b] == 1) inv[a] = static_cast<uint8_t>(b);
+      }
+    inv[0] = 0;
+  }
+};
+const Field& field() {
+  static const Field f;
+  return f;
 }
+uint8_t ginv(uint8_t a) { return field().inv[a]; }
+uint8_t fmul(uint8_t a, uint8_t b) { return field().mul[a][b]; }
 
 // consistent: do key bytes |k| of column |c| explain the pair?
 bool consistent(const Side& side, unsigned c, const uint8_t k[4],
@@ -65,10 +81,10 @@ bool consistent(const Side& side, unsigned c, const uint8_t k[4],
     if (d[m] == 0) return false;
   }
   for (unsigned r = 0; r < 4; ++r) {
-    const uint8_t e = gmul(d[0], ginv(side.coef(0, r)));
+    const uint8_t e = fmul(d[0], ginv(side.coef(0, r)));
     bool all = true;
     for (unsigned m = 1; m < 4 && all; ++m)
-      all = gmul(side.coef(m, r), e) == d[m];
+      all = fmul(side.coef(m, r), e) == d[m];
     if (all) return true;
   }
   return false;
@@ -84,7 +100,7 @@ void candidates(const Side& side, unsigned c, const Pair& p,
       const uint8_t inv_coef = ginv(side.coef(m, r));
       for (unsigned k = 0; k < 256; ++k) {
         const uint8_t d = side.F(p.good[j] ^ k) ^ side.F(p.bad[j] ^ k);
-        by_e[m][gmul(d, inv_coef)].push_back(static_cast<uint8_t>(k));
+        by_e[m][fmul(d, inv_coef)].push_back(static_cast<uint8_t>(k));
       }
     }
     for (unsigned e = 1; e < 256; ++e)
@@ -121,7 +137,7 @@ unsigned solve(const Side& side, const std::vector<Pair>& pairs, Block& key) {
       if (hit > 0 && (hit >> c & 1)) usable.push_back(&p);
     }
     if (usable.size() < 2) continue;
-    std::map<uint32_t, unsigned> votes;
+    std::unordered_map<uint32_t, unsigned> votes;
     std::vector<uint32_t> cand;
     for (size_t i = 0; i < usable.size() && i < 4; ++i) {
       cand.clear();
@@ -158,31 +174,45 @@ struct Campaign {
   void collect(Region region, int layer, unsigned budget,
                std::vector<Pair>& pairs) {
     std::mt19937 rng(layer * 7919 + static_cast<unsigned>(region.size));
-    const size_t window = 256;
+    // Windows of 256 bytes; smaller in small regions (the weak models).
+    const size_t window =
+        std::max<size_t>(1, std::min<size_t>(256, region.size / 64));
+    // Locations: every window with each kind of fault, in random order.
+    // Kinds: 0 random XOR; 1 and 4: stuck at the window's first byte or
+    // first 4-byte entry (a whole row then yields one valid entry, so the
+    // terms it feeds stay consistent with each other).
+    std::vector<std::pair<size_t, unsigned>> locations;
+    for (size_t off = 0; off + window <= region.size; off += window)
+      for (unsigned kind : {0u, 1u, 4u}) locations.emplace_back(off, kind);
+    std::shuffle(locations.begin(), locations.end(), rng);
     unsigned per_column[4] = {};
     const unsigned want = 8;
-    for (size_t off = 0; off + window <= region.size && injections < budget;
-         off += window) {
+    for (auto [off, kind] : locations) {
+      if (injections >= budget) return;
+      uint8_t* at = region.base + off;
       std::vector<uint8_t> mask(window);
-      for (auto& b : mask) b = static_cast<uint8_t>(rng() | 1);
-      // Up to 24 runs at this location while it keeps giving shaped pairs.
+      for (size_t i = 0; i < window; ++i)
+        mask[i] = kind == 0 ? static_cast<uint8_t>(rng() | 1)
+                            : at[i] ^ at[i % kind];
+      unsigned misses = 0;
       for (unsigned t = 0; t < 24 && injections < budget; ++t) {
         uint8_t in[16];
         Block good{}, bad{};
         random_block(in);
         target.run(in, good.data());
         {
-          TimedFault fault(region.base + off, mask, layer);
+          TimedFault fault(at, mask, layer);
           fault.arm();
           target.run(in, bad.data());
           ++injections;
           fault.disarm();
         }
         if (layer < 0) target.reset();
+        if (good == bad && t == 0) break;  // not read after the trigger
         const Pair p{view(good), view(bad)};
         const int hit = columns_hit(side, p);
         if (hit <= 0) {
-          if (t >= 3) break;  // this location does not give the shape
+          if (++misses >= 2) break;  // not the fault shape here
           continue;
         }
         pairs.push_back(p);
