@@ -19,6 +19,9 @@ class ModelTarget : public Target {
  public:
   ModelTarget(ModelKind kind, bool decryptor, const std::vector<uint8_t>& key)
       : kind_(kind), decryptor_(decryptor), key_(key) {
+    for (unsigned x = 0; x < 256; ++x)
+      table_[x] = decryptor_ ? zel_ref::aes_inv_sbox(static_cast<uint8_t>(x))
+                             : zel_ref::aes_sbox(static_cast<uint8_t>(x));
     reset();
   }
   std::string name() const override {
@@ -35,9 +38,6 @@ class ModelTarget : public Target {
     zel_ref::aes_expand_key(key_.data(), key_len(), schedule);
     std::memcpy(work_.round_key, schedule.round_key, sizeof work_.round_key);
     zel_ref::aes_wipe(schedule);
-    for (unsigned x = 0; x < 256; ++x)
-      table_[x] = decryptor_ ? zel_ref::aes_inv_sbox(static_cast<uint8_t>(x))
-                             : zel_ref::aes_sbox(static_cast<uint8_t>(x));
   }
   void run(const uint8_t* in, uint8_t* out) override {
     if (decryptor_) decrypt(in, out);
