@@ -17,6 +17,7 @@
 // comparison of the copies would see nothing.
 #include <array>
 #include <chrono>
+#include <functional>
 #include <cstring>
 #include <random>
 #include <string>
@@ -24,6 +25,7 @@
 
 #include "aes_util.h"
 #include "attacks.h"
+#include "missing_values.h"
 
 namespace zel_audit {
 namespace {
@@ -45,6 +47,39 @@ std::vector<size_t> copies_of(
 }
 
 }  // namespace
+
+std::vector<uint8_t> key_from_missing_values(
+    Target& target, const std::vector<std::array<unsigned, 256>>& count,
+    const std::vector<uint8_t>& aim, const std::function<void()>& restore,
+    const std::function<void()>& refault, std::string& detail) {
+  std::vector<uint8_t> missing(16);
+  for (unsigned i = 0; i < 16; ++i) {
+    unsigned n = 0;
+    for (unsigned v = 0; v < 256; ++v)
+      if (count[i][v] == 0) missing[i] = static_cast<uint8_t>(v), ++n;
+    if (n != 1) return {};
+  }
+  for (unsigned delta = 0; delta < 256; ++delta) {
+    std::vector<uint8_t> last(16);
+    for (unsigned i = 0; i < 16; ++i)
+      last[i] = missing[i] ^ static_cast<uint8_t>(delta);
+    if (target.key_len() == 32) {
+      if (count_equal(last, aim) == 16) {
+        detail = "last round key among 256 candidates";
+        return last;
+      }
+      continue;
+    }
+    restore();  // the check needs the correct tables
+    const auto key =
+        target.decrypts() ? last
+                          : key_from_last_round_keys(16, nullptr, last.data());
+    const bool works = key_works(target, key);
+    refault();
+    if (works) return key;
+  }
+  return {};
+}
 
 std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
                              const std::vector<uint8_t>& raw_key) {
@@ -104,37 +139,12 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
           ++outputs;
           for (unsigned i = 0; i < 16; ++i) ++count[i][out[i]];
         }
-        std::vector<uint8_t> missing(16);
-        bool every = true;
-        for (unsigned i = 0; i < 16 && every; ++i) {
-          unsigned n = 0;
-          for (unsigned v = 0; v < 256; ++v)
-            if (count[i][v] == 0) missing[i] = static_cast<uint8_t>(v), ++n;
-          every = n == 1;
-        }
-        if (every) {
-          for (unsigned delta = 0; delta < 256 && found.empty(); ++delta) {
-            std::vector<uint8_t> last(16);
-            for (unsigned i = 0; i < 16; ++i)
-              last[i] = missing[i] ^ static_cast<uint8_t>(delta);
-            if (target.key_len() == 32) {
-              if (count_equal(last, aim) == 16) {
-                detail = "last round key among 256 candidates";
-                found = last;
-              }
-              continue;
-            }
-            // Restore first: the check needs the correct tables.
-            for (size_t w : where) tables.base[w] ^= flip;
-            target.reset();
-            const auto key = target.decrypts()
-                                 ? last
-                                 : key_from_last_round_keys(16, nullptr,
-                                                            last.data());
-            if (key_works(target, key)) found = key;
-            for (size_t w : where) tables.base[w] ^= flip;
-          }
-        }
+        const auto undo = [&] {
+          for (size_t w : where) tables.base[w] ^= flip;
+          target.reset();
+        };
+        found = key_from_missing_values(target, count, aim, undo, undo,
+                                        detail);
       }
       for (size_t w : where) tables.base[w] ^= flip;
     }
