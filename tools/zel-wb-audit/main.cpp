@@ -13,12 +13,15 @@
 //                [--egsk FILE] [--egsk256 FILE] [--seed FILE]
 //                [--raw-key FILE] [--raw-key256 FILE]
 //
+// The protected key defaults to the build's own (ZEL_EGSK_FILE) for its key
+// size and to the development key of keys/ for the other size.
+//
 // LIST is a comma-separated subset of keyform, dfa, collision, tcollision,
 // dca, dca2, pfa, copies, sifa, lda (default: all). The attacks use the
 // protected key (egsk) only as the key setups take it; the raw key, from
 // the seed through the key protection of the generator or from a raw-key
-// file, only scores them. --require-key exits 1 unless some attack
-// recovered a whole key.
+// file, only scores them. --require-key exits 1 unless every attack family
+// run recovered a whole key (or, AES-256, a whole round key) at least once.
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -72,6 +75,8 @@ Bytes read_file(const std::string& path) {
 
 Options parse(int argc, char** argv) {
   Options o;
+  const std::string build_key = ZEL_EGSK_FILE;
+  o.egsk[read_file(build_key).size() == 32 ? 1 : 0] = build_key;
   for (int i = 1; i < argc; ++i) {
     const std::string flag = argv[i];
     if (flag == "--quick") {
@@ -80,7 +85,7 @@ Options parse(int argc, char** argv) {
       o.settings.traces_second = 500;
       o.settings.faults = 2000;
       o.settings.chosen = 512;
-      o.settings.known = 1024;
+      o.settings.known = 4096;
       continue;
     }
     if (flag == "--require-key") {
@@ -139,7 +144,7 @@ int run(int argc, char** argv) {
   const auto wanted = [&](const char* a) {
     return o.attacks.empty() || o.attacks.count(a) != 0;
   };
-  bool any_key = false;
+  std::set<std::string> families_run, families_broken;
   std::printf("%-30s %-50s %-16s %-34s %10s\n", "attack", "target",
               "recovered", "cost", "time");
   for (unsigned key_len : o.key_sizes) {
@@ -160,34 +165,35 @@ int run(int argc, char** argv) {
                                   dec, raw_key);
       const std::string name =
           target->name() + ", AES-" + std::to_string(8 * key_len);
-      std::vector<Outcome> all;
-      const auto add = [&](std::vector<Outcome> outcomes) {
+      const auto add = [&](const char* family, std::vector<Outcome> outcomes) {
+        families_run.insert(family);
         for (const Outcome& out : outcomes) {
           print_outcome(name, out);
-          any_key = any_key || out.recovered == out.key_bytes;
-          all.push_back(out);
+          if (out.recovered >= 16) families_broken.insert(family);
         }
       };
       if (wanted("keyform") && o.target == "core") {
-        add(run_first_core_algebraic(protected_key, raw_key, dec));
-        add(run_key_form(*target, protected_key, raw_key));
+        add("keyform", run_first_core_algebraic(protected_key, raw_key, dec));
+        add("keyform", run_key_form(*target, protected_key, raw_key));
       }
       if (wanted("collision"))
-        add(run_collisions(*target, o.settings, raw_key, false));
+        add("collision", run_collisions(*target, o.settings, raw_key, false));
       if (wanted("tcollision"))
-        add(run_collisions(*target, o.settings, raw_key, true));
-      if (wanted("dca")) add(run_dca(*target, o.settings, raw_key));
+        add("tcollision", run_collisions(*target, o.settings, raw_key, true));
+      if (wanted("dca")) add("dca", run_dca(*target, o.settings, raw_key));
       if (wanted("dca2"))
-        add(run_dca_second_order(*target, o.settings, raw_key));
-      if (wanted("dfa")) add(run_dfa(*target, o.settings, raw_key));
+        add("dca2", run_dca_second_order(*target, o.settings, raw_key));
+      if (wanted("dfa")) add("dfa", run_dfa(*target, o.settings, raw_key));
       if (wanted("pfa") || wanted("copies"))
-        add(run_pfa(*target, o.settings, raw_key));
-      if (wanted("sifa")) add(run_sifa(*target, o.settings, raw_key));
-      if (wanted("lda")) add(run_lda(*target, o.settings, raw_key));
+        add("pfa", run_pfa(*target, o.settings, raw_key));
+      if (wanted("sifa")) add("sifa", run_sifa(*target, o.settings, raw_key));
+      if (wanted("lda")) add("lda", run_lda(*target, o.settings, raw_key));
     }
   }
-  if (o.require_key && !any_key) {
-    std::printf("no attack recovered a whole key\n");
+  if (o.require_key && families_broken != families_run) {
+    for (const std::string& f : families_run)
+      if (!families_broken.count(f))
+        std::printf("%s: no whole key recovered\n", f.c_str());
     return 1;
   }
   return 0;
