@@ -57,6 +57,15 @@ bool sieve(const uint8_t* Fa, const uint8_t* Fb,
   return found == 1;
 }
 
+bool clear_winner(const std::map<uint8_t, unsigned>& votes) {
+  unsigned best = 0, second = 0;
+  for (auto& [k, v] : votes) {
+    if (v > best) second = best, best = v;
+    else if (v > second) second = v;
+  }
+  return best >= 2 && best > second;
+}
+
 }  // namespace
 
 std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
@@ -67,8 +76,10 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
   const uint8_t* F = dec ? inv_sbox() : sbox();
   const auto truth = round_keys(raw_key);
   const std::vector<uint8_t>& aim = dec ? truth[target.rounds()] : truth[0];
-  const unsigned per_pair =
-      std::max(16u, std::min(settings.chosen / 8, all_layers ? 128u : 512u));
+  // Every traced value of a block is kept per input: the all-layer search
+  // takes at most 1,024 inputs per pair of bytes (8,192 in all).
+  const unsigned per_pair = std::max(
+      16u, all_layers ? std::min(settings.chosen / 8, 1024u) : settings.chosen / 8);
   const unsigned last_layer = all_layers ? target.rounds() - 1 : 0;
   // The coefficients of a column: {1, 2, 3} (encryption) or {9, 11, 13,
   // 14} (decryption); scaled_F[i][x] = coefs[i] * F(x).
@@ -82,6 +93,43 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
   std::vector<std::map<uint8_t, unsigned>> votes(16);
   unsigned used = 0;
   TraceRecorder recorder;
+  // sieve_locations adds, per traced location whose collisions fit the
+  // model, a vote for the one (k1, k2) left by the sieve.
+  const auto sieve_locations = [&](const std::vector<Input>& inputs,
+                                   const std::vector<std::vector<uint8_t>>& traces,
+                                   std::map<uint8_t, unsigned> (&out)[2]) {
+    const size_t length = traces[0].size();
+    for (size_t t = 0; t < length; ++t) {
+      std::unordered_map<uint8_t, std::vector<unsigned>> buckets;
+      for (unsigned n = 0; n < inputs.size(); ++n) {
+        if (traces[n].size() != length) return;  // not aligned
+        buckets[traces[n][t]].push_back(n);
+      }
+      std::vector<std::pair<Input, Input>> coll;
+      bool fits = true;
+      // Up to 64 colliding pairs per location: enough to reject a
+      // location that contradicts the model and to sieve the guesses.
+      for (auto& [v, list] : buckets)
+        for (size_t a = 0; a < list.size() && fits && coll.size() < 64; ++a)
+          for (size_t b = a + 1; b < list.size() && fits && coll.size() < 64;
+               ++b) {
+            const Input p = inputs[list[a]], q = inputs[list[b]];
+            if (p.x1 == q.x1 && p.x2 == q.x2) continue;
+            fits = p.x1 != q.x1 && p.x2 != q.x2;
+            coll.emplace_back(p, q);
+          }
+      if (!fits || coll.size() < 4) continue;
+      if (coll.size() > 24) coll.resize(24);
+      for (size_t a = 0; a < coefs.size(); ++a)
+        for (size_t b = 0; b < coefs.size(); ++b) {
+          uint8_t k1, k2;
+          if (sieve(scaled_F[a].data(), scaled_F[b].data(), coll, k1, k2)) {
+            ++out[0][k1];
+            ++out[1][k2];
+          }
+        }
+    }
+  };
   for (unsigned c = 0; c < 4; ++c)
     for (unsigned half = 0; half < 2; ++half) {
       // Input bytes of rows 2*half and 2*half+1 that meet in column c.
@@ -94,49 +142,31 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
       random_block(base);
       std::vector<Input> inputs;
       std::vector<std::vector<uint8_t>> traces;
-      for (unsigned n = 0; n < per_pair; ++n) {
-        uint8_t in[16], out[16], fresh[16];
-        random_block(fresh);
-        const Input x{fresh[0], fresh[1]};
-        std::memcpy(in, base, 16);
-        in[j[0]] = x.x1;
-        in[j[1]] = x.x2;
-        recorder.clear();
-        target.run(in, out);
-        ++used;
-        inputs.push_back(x);
-        traces.push_back(recorder.window(0, last_layer));
-      }
-      const size_t length = traces[0].size();
-      for (size_t t = 0; t < length; ++t) {
-        std::unordered_map<uint8_t, std::vector<unsigned>> buckets;
-        bool aligned = true;
-        for (unsigned n = 0; n < per_pair && aligned; ++n) {
-          aligned = traces[n].size() == length;
-          if (aligned) buckets[traces[n][t]].push_back(n);
+      // Inputs are added in doublings from 32 until both bytes have a
+      // clear winner (two votes or more, no tie) or the budget is spent.
+      std::map<uint8_t, unsigned> pair_votes[2];
+      for (unsigned want = 32;; want *= 2) {
+        while (inputs.size() < std::min(want, per_pair)) {
+          uint8_t in[16], out[16], fresh[16];
+          random_block(fresh);
+          const Input x{fresh[0], fresh[1]};
+          std::memcpy(in, base, 16);
+          in[j[0]] = x.x1;
+          in[j[1]] = x.x2;
+          recorder.clear();
+          target.run(in, out);
+          ++used;
+          inputs.push_back(x);
+          traces.push_back(recorder.window(0, last_layer));
         }
-        if (!aligned) break;
-        std::vector<std::pair<Input, Input>> coll;
-        bool fits = true;
-        for (auto& [v, list] : buckets)
-          for (size_t a = 0; a < list.size() && fits; ++a)
-            for (size_t b = a + 1; b < list.size() && fits; ++b) {
-              const Input p = inputs[list[a]], q = inputs[list[b]];
-              if (p.x1 == q.x1 && p.x2 == q.x2) continue;
-              fits = p.x1 != q.x1 && p.x2 != q.x2;
-              coll.emplace_back(p, q);
-            }
-        if (!fits || coll.size() < 4) continue;
-        if (coll.size() > 24) coll.resize(24);
-        for (size_t a = 0; a < coefs.size(); ++a)
-          for (size_t b = 0; b < coefs.size(); ++b) {
-            uint8_t k1, k2;
-            if (sieve(scaled_F[a].data(), scaled_F[b].data(), coll, k1, k2)) {
-              ++votes[j[0]][k1];
-              ++votes[j[1]][k2];
-            }
-          }
+        pair_votes[0].clear();
+        pair_votes[1].clear();
+        sieve_locations(inputs, traces, pair_votes);
+        if (clear_winner(pair_votes[0]) && clear_winner(pair_votes[1])) break;
+        if (inputs.size() >= per_pair) break;
       }
+      for (unsigned h = 0; h < 2; ++h)
+        for (auto& [k, v] : pair_votes[h]) votes[j[h]][k] += v;
     }
   std::vector<uint8_t> first(16);
   for (unsigned i = 0; i < 16; ++i) {
