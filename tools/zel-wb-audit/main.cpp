@@ -6,7 +6,7 @@
 // prints each attack's outcome and cost. A host program for the device
 // maker's build host; never installed into a device image.
 //
-//   zel-wb-audit [--target core|plain|masked] [--attacks LIST]
+//   zel-wb-audit [--target core|plain|masked|duplicated] [--attacks LIST]
 //                [--key-size 128|256|both] [--direction enc|dec|both]
 //                [--traces N] [--traces2 N] [--faults N] [--chosen N]
 //                [--known N] [--quick] [--require-key]
@@ -64,7 +64,7 @@ Bytes read_file(const std::string& path) {
 
 [[noreturn]] void usage() {
   std::fprintf(stderr,
-               "usage: zel-wb-audit [--target core|plain|masked] [--attacks "
+               "usage: zel-wb-audit [--target core|plain|masked|duplicated] [--attacks "
                "LIST] [--key-size 128|256|both]\n  [--direction enc|dec|both]"
                " [--traces N] [--traces2 N] [--faults N] [--chosen N]\n  "
                "[--known N] [--quick] [--require-key] [--egsk FILE] "
@@ -119,7 +119,8 @@ Options parse(int argc, char** argv) {
     else if (flag == "--seed") o.seed = value;
     else usage();
   }
-  if (o.target != "core" && o.target != "plain" && o.target != "masked")
+  if (o.target != "core" && o.target != "plain" && o.target != "masked" &&
+      o.target != "duplicated")
     usage();
   return o;
 }
@@ -160,8 +161,9 @@ int run(int argc, char** argv) {
       std::unique_ptr<Target> target =
           o.target == "core"
               ? make_core_target(dec, protected_key)
-              : make_model_target(o.target == "plain" ? ModelKind::kPlain
-                                                      : ModelKind::kMasked,
+              : make_model_target(o.target == "plain"    ? ModelKind::kPlain
+                                  : o.target == "masked" ? ModelKind::kMasked
+                                                         : ModelKind::kDuplicated,
                                   dec, raw_key);
       const std::string name =
           target->name() + ", AES-" + std::to_string(8 * key_len);

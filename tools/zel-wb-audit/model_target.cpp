@@ -20,13 +20,16 @@ class ModelTarget : public Target {
   ModelTarget(ModelKind kind, bool decryptor, const std::vector<uint8_t>& key)
       : kind_(kind), decryptor_(decryptor), key_(key) {
     for (unsigned x = 0; x < 256; ++x)
-      table_[x] = decryptor_ ? zel_ref::aes_inv_sbox(static_cast<uint8_t>(x))
-                             : zel_ref::aes_sbox(static_cast<uint8_t>(x));
+      table_[x] = table_[256 + x] =
+          decryptor_ ? zel_ref::aes_inv_sbox(static_cast<uint8_t>(x))
+                     : zel_ref::aes_sbox(static_cast<uint8_t>(x));
     reset();
   }
   std::string name() const override {
-    return std::string(kind_ == ModelKind::kPlain ? "weak model (plain"
-                                                  : "weak model (masked") +
+    const char* kind = kind_ == ModelKind::kPlain    ? "weak model (plain"
+                       : kind_ == ModelKind::kMasked ? "weak model (masked"
+                                                     : "weak model (duplicated";
+    return std::string(kind) +
            (decryptor_ ? " table AES, decryption)" : " table AES, encryption)");
   }
   unsigned key_len() const override {
@@ -40,15 +43,24 @@ class ModelTarget : public Target {
     zel_ref::aes_wipe(schedule);
   }
   void run(const uint8_t* in, uint8_t* out) override {
+    mismatch_ = false;
     if (decryptor_) decrypt(in, out);
     else encrypt(in, out);
+    if (mismatch_)
+      for (unsigned i = 0; i < 16; ++i) out[i] = static_cast<uint8_t>(rng_());
   }
-  Region tables() override { return {table_, sizeof table_}; }
+  Region tables() override {
+    return {table_, kind_ == ModelKind::kDuplicated ? 512u : 256u};
+  }
   Region work() override {
     return {reinterpret_cast<uint8_t*>(&work_), sizeof work_};
   }
 
  private:
+  uint8_t sub(uint8_t x) {
+    if (kind_ == ModelKind::kDuplicated) mismatch_ |= table_[x] != table_[256 + x];
+    return table_[x];
+  }
   uint8_t trace(unsigned layer, uint8_t v) {
     if (kind_ == ModelKind::kPlain) return ZEL_WB_TRACE(layer, v);
     const uint8_t m = static_cast<uint8_t>(rng_());
@@ -63,7 +75,7 @@ class ModelTarget : public Target {
     for (unsigned r = 1; r <= rounds; ++r) {
       uint8_t t[16];
       for (unsigned i = 0; i < 16; ++i)
-        t[i] = trace(r - 1, table_[s[i] ^ work_.round_key[r - 1][i]]);
+        t[i] = trace(r - 1, sub(s[i] ^ work_.round_key[r - 1][i]));
       shift_rows(t);
       if (r < rounds) {
         mix_columns(t);
@@ -84,7 +96,7 @@ class ModelTarget : public Target {
       inv_shift_rows(s);
       uint8_t t[16];
       for (unsigned i = 0; i < 16; ++i)
-        t[i] = trace(l, table_[s[i]] ^ work_.round_key[rounds - 1 - l][i]);
+        t[i] = trace(l, sub(s[i]) ^ work_.round_key[rounds - 1 - l][i]);
       if (l + 1 < rounds) {
         inv_mix_columns(t);
         for (unsigned i = 0; i < 16; ++i) s[i] = trace(l, t[i]);
@@ -98,7 +110,8 @@ class ModelTarget : public Target {
   bool decryptor_;
   std::vector<uint8_t> key_;
   ModelWork work_;
-  uint8_t table_[256];
+  uint8_t table_[512];  // the S-box; a second copy for kDuplicated
+  bool mismatch_ = false;
   std::mt19937 rng_{7};
 };
 

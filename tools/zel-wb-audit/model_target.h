@@ -9,7 +9,11 @@
 //            (DCA, collisions, DFA, PFA, SIFA);
 //   kMasked: each traced byte as two shares v ^ m, m with a fresh random m
 //            (defeats first-order DCA; second-order DCA and linear
-//            decoding must still find the key).
+//            decoding must still find the key);
+//   kDuplicated: plain, but the S-box is held twice and every look-up
+//            reads both copies; on a mismatch the block's output is
+//            random bytes (a fault in one copy defeats plain PFA, the
+//            same fault in both copies must not).
 #ifndef ZEL_WB_AUDIT_MODEL_TARGET_H
 #define ZEL_WB_AUDIT_MODEL_TARGET_H
 
@@ -20,7 +24,7 @@
 
 namespace zel_audit {
 
-enum class ModelKind { kPlain, kMasked };
+enum class ModelKind { kPlain, kMasked, kDuplicated };
 
 std::unique_ptr<Target> make_model_target(ModelKind kind, bool decryptor,
                                           const std::vector<uint8_t>& raw_key);
