@@ -63,7 +63,7 @@ bool clear_winner(const std::map<uint8_t, unsigned>& votes) {
     if (v > best) second = best, best = v;
     else if (v > second) second = v;
   }
-  return best >= 2 && best > second;
+  return best >= 3 && best >= 2 * second;
 }
 
 }  // namespace
@@ -143,7 +143,8 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
       std::vector<Input> inputs;
       std::vector<std::vector<uint8_t>> traces;
       // Inputs are added in doublings from 32 until both bytes have a
-      // clear winner (two votes or more, no tie) or the budget is spent.
+      // clear winner (three votes or more, twice the runner-up's) or the
+      // budget is spent.
       std::map<uint8_t, unsigned> pair_votes[2];
       for (unsigned want = 32;; want *= 2) {
         while (inputs.size() < std::min(want, per_pair)) {
