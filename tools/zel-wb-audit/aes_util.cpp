@@ -70,8 +70,10 @@ void aes_block(const std::vector<uint8_t>& key, bool decrypt,
   zel_ref::AesKeySchedule schedule;
   zel_ref::aes_expand_key(key.data(), static_cast<unsigned>(key.size()),
                           schedule);
-  if (decrypt) zel_ref::aes_decrypt_block(schedule, in, out);
-  else zel_ref::aes_encrypt_block(schedule, in, out);
+  if (decrypt)
+    zel_ref::aes_decrypt_block(schedule, in, out);
+  else
+    zel_ref::aes_encrypt_block(schedule, in, out);
   zel_ref::aes_wipe(schedule);
 }
 
@@ -86,8 +88,9 @@ std::vector<std::vector<uint8_t>> round_keys(const std::vector<uint8_t>& key) {
   return keys;
 }
 
-std::vector<uint8_t> key_from_last_round_keys(
-    unsigned key_len, const uint8_t* second_last, const uint8_t* last) {
+std::vector<uint8_t> key_from_last_round_keys(unsigned key_len,
+                                              const uint8_t* second_last,
+                                              const uint8_t* last) {
   const unsigned nk = key_len / 4;
   const unsigned total = 4 * (nk + 7);  // words
   std::vector<uint8_t> w(4 * total);

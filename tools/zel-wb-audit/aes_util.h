@@ -35,8 +35,9 @@ std::vector<std::vector<uint8_t>> round_keys(const std::vector<uint8_t>& key);
 // key_from_last_round_keys inverts the key schedule: from the last round key
 // (AES-128) or the last two (AES-256, |second_last| then |last|) it
 // returns the raw key.
-std::vector<uint8_t> key_from_last_round_keys(
-    unsigned key_len, const uint8_t* second_last, const uint8_t* last);
+std::vector<uint8_t> key_from_last_round_keys(unsigned key_len,
+                                              const uint8_t* second_last,
+                                              const uint8_t* last);
 
 }  // namespace zel_audit
 

@@ -15,11 +15,11 @@
 namespace zel_audit {
 
 struct Settings {
-  unsigned traces = 10000;         // first-order DCA
-  unsigned traces_second = 2000;   // second-order DCA, linear decoding
-  unsigned faults = 10000;         // fault injections per campaign
-  unsigned chosen = 65536;         // chosen inputs per collision search
-  unsigned known = 4096;           // known inputs per ineffective fault
+  unsigned traces = 10000;        // first-order DCA
+  unsigned traces_second = 2000;  // second-order DCA, linear decoding
+  unsigned faults = 10000;        // fault injections per campaign
+  unsigned chosen = 65536;        // chosen inputs per collision search
+  unsigned known = 4096;          // known inputs per ineffective fault
   bool quick = false;
 };
 

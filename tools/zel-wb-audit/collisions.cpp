@@ -60,8 +60,10 @@ bool sieve(const uint8_t* Fa, const uint8_t* Fb,
 bool clear_winner(const std::map<uint8_t, unsigned>& votes) {
   unsigned best = 0, second = 0;
   for (auto& [k, v] : votes) {
-    if (v > best) second = best, best = v;
-    else if (v > second) second = v;
+    if (v > best)
+      second = best, best = v;
+    else if (v > second)
+      second = v;
   }
   return best >= 3 && best >= 2 * second;
 }
@@ -78,8 +80,9 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
   const std::vector<uint8_t>& aim = dec ? truth[target.rounds()] : truth[0];
   // Every traced value of a block is kept per input: the all-layer search
   // takes at most 1,024 inputs per pair of bytes (8,192 in all).
-  const unsigned per_pair = std::max(
-      16u, all_layers ? std::min(settings.chosen / 8, 1024u) : settings.chosen / 8);
+  const unsigned per_pair =
+      std::max(16u, all_layers ? std::min(settings.chosen / 8, 1024u)
+                               : settings.chosen / 8);
   const unsigned last_layer = all_layers ? target.rounds() - 1 : 0;
   // The coefficients of a column: {1, 2, 3} (encryption) or {9, 11, 13,
   // 14} (decryption); scaled_F[i][x] = coefs[i] * F(x).
@@ -95,41 +98,42 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
   TraceRecorder recorder;
   // sieve_locations adds, per traced location whose collisions fit the
   // model, a vote for the one (k1, k2) left by the sieve.
-  const auto sieve_locations = [&](const std::vector<Input>& inputs,
-                                   const std::vector<std::vector<uint8_t>>& traces,
-                                   std::map<uint8_t, unsigned> (&out)[2]) {
-    const size_t length = traces[0].size();
-    for (size_t t = 0; t < length; ++t) {
-      std::unordered_map<uint8_t, std::vector<unsigned>> buckets;
-      for (unsigned n = 0; n < inputs.size(); ++n) {
-        if (traces[n].size() != length) return;  // not aligned
-        buckets[traces[n][t]].push_back(n);
-      }
-      std::vector<std::pair<Input, Input>> coll;
-      bool fits = true;
-      // Up to 64 colliding pairs per location: enough to reject a
-      // location that contradicts the model and to sieve the guesses.
-      for (auto& [v, list] : buckets)
-        for (size_t a = 0; a < list.size() && fits && coll.size() < 64; ++a)
-          for (size_t b = a + 1; b < list.size() && fits && coll.size() < 64;
-               ++b) {
-            const Input p = inputs[list[a]], q = inputs[list[b]];
-            if (p.x1 == q.x1 && p.x2 == q.x2) continue;
-            fits = p.x1 != q.x1 && p.x2 != q.x2;
-            coll.emplace_back(p, q);
+  const auto sieve_locations =
+      [&](const std::vector<Input>& inputs,
+          const std::vector<std::vector<uint8_t>>& traces,
+          std::map<uint8_t, unsigned>(&out)[2]) {
+        const size_t length = traces[0].size();
+        for (size_t t = 0; t < length; ++t) {
+          std::unordered_map<uint8_t, std::vector<unsigned>> buckets;
+          for (unsigned n = 0; n < inputs.size(); ++n) {
+            if (traces[n].size() != length) return;  // not aligned
+            buckets[traces[n][t]].push_back(n);
           }
-      if (!fits || coll.size() < 4) continue;
-      if (coll.size() > 24) coll.resize(24);
-      for (size_t a = 0; a < coefs.size(); ++a)
-        for (size_t b = 0; b < coefs.size(); ++b) {
-          uint8_t k1, k2;
-          if (sieve(scaled_F[a].data(), scaled_F[b].data(), coll, k1, k2)) {
-            ++out[0][k1];
-            ++out[1][k2];
-          }
+          std::vector<std::pair<Input, Input>> coll;
+          bool fits = true;
+          // Up to 64 colliding pairs per location: enough to reject a
+          // location that contradicts the model and to sieve the guesses.
+          for (auto& [v, list] : buckets)
+            for (size_t a = 0; a < list.size() && fits && coll.size() < 64; ++a)
+              for (size_t b = a + 1;
+                   b < list.size() && fits && coll.size() < 64; ++b) {
+                const Input p = inputs[list[a]], q = inputs[list[b]];
+                if (p.x1 == q.x1 && p.x2 == q.x2) continue;
+                fits = p.x1 != q.x1 && p.x2 != q.x2;
+                coll.emplace_back(p, q);
+              }
+          if (!fits || coll.size() < 4) continue;
+          if (coll.size() > 24) coll.resize(24);
+          for (size_t a = 0; a < coefs.size(); ++a)
+            for (size_t b = 0; b < coefs.size(); ++b) {
+              uint8_t k1, k2;
+              if (sieve(scaled_F[a].data(), scaled_F[b].data(), coll, k1, k2)) {
+                ++out[0][k1];
+                ++out[1][k2];
+              }
+            }
         }
-    }
-  };
+      };
   for (unsigned c = 0; c < 4; ++c)
     for (unsigned half = 0; half < 2; ++half) {
       // Input bytes of rows 2*half and 2*half+1 that meet in column c.
@@ -176,18 +180,19 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
       if (v > best) best = v, first[i] = k;
   }
   Outcome o;
-  o.attack = all_layers ? "collisions, every traced value"
-                        : "collisions, first round";
+  o.attack =
+      all_layers ? "collisions, every traced value" : "collisions, first round";
   o.key_bytes = target.key_len();
   o.recovered = count_equal(first, aim);
   if (target.key_len() == 16 && o.recovered == 16) {
-    const auto key = dec ? key_from_last_round_keys(16, nullptr, first.data())
-                         : first;
+    const auto key =
+        dec ? key_from_last_round_keys(16, nullptr, first.data()) : first;
     o.detail = key_works(target, key) ? "key verified on the target" : "";
   }
   o.cost = std::to_string(used) + " chosen inputs";
-  o.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                            start).count();
+  o.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
   return {o};
 }
 

@@ -40,7 +40,8 @@ template <typename Core>
 class CoreTarget : public Target {
  public:
   explicit CoreTarget(const std::vector<uint8_t>& key) : key_(key) {
-    state_.work = static_cast<typename Core::Work*>(std::malloc(Core::work_size()));
+    state_.work =
+        static_cast<typename Core::Work*>(std::malloc(Core::work_size()));
     state_.aux = 0;
     if (state_.work == nullptr) std::abort();
     reset();

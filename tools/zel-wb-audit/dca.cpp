@@ -39,7 +39,8 @@ Dca::Dca(DcaTarget target, size_t trace_bytes)
       bits_(trace_bits_) {}
 
 void Dca::add(const uint8_t known[16], const uint8_t* trace) {
-  for (size_t b = 0; b < trace_bits_; ++b) bits_[b] = (trace[b / 8] >> (b % 8)) & 1;
+  for (size_t b = 0; b < trace_bits_; ++b)
+    bits_[b] = (trace[b / 8] >> (b % 8)) & 1;
   for (unsigned i = 0; i < 16; ++i) {
     uint32_t* row = &ones_[(i * 256 + known[i]) * trace_bits_];
     for (size_t b = 0; b < trace_bits_; ++b) row[b] += bits_[b];
@@ -54,9 +55,8 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
   for (unsigned j = 0; j < 8; ++j) {
     for (unsigned v = 0; v < 256; ++v) {
       const uint8_t x = static_cast<uint8_t>(v);
-      const uint8_t y = target_ == DcaTarget::kSbox
-                            ? zel_ref::aes_sbox(x)
-                            : zel_ref::aes_inv_sbox(x);
+      const uint8_t y = target_ == DcaTarget::kSbox ? zel_ref::aes_sbox(x)
+                                                    : zel_ref::aes_inv_sbox(x);
       predict_hat[j][v] = (y >> j) & 1;
     }
     walsh_hadamard(predict_hat[j]);
@@ -66,7 +66,8 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
   walsh_hadamard(seen_hat);
   // sum_p[j][k]: traces whose predicted bit j is 1 under guess k.
   int64_t sum_p[8][256];
-  for (unsigned j = 0; j < 8; ++j) xor_correlate(seen_hat, predict_hat[j], sum_p[j]);
+  for (unsigned j = 0; j < 8; ++j)
+    xor_correlate(seen_hat, predict_hat[j], sum_p[j]);
 
   const double n = static_cast<double>(traces_);
   double score[256] = {};
@@ -90,7 +91,8 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
         const double sp = static_cast<double>(sum_p[j][k]);
         const double var_p = n * sp - sp * sp;
         if (var_p <= 0) continue;
-        const double corr = (n * sum_tp[k] - sum_t * sp) / std::sqrt(var_t * var_p);
+        const double corr =
+            (n * sum_tp[k] - sum_t * sp) / std::sqrt(var_t * var_p);
         if (std::fabs(corr) > score[k]) score[k] = std::fabs(corr);
         squares.back()[k] += corr * corr;
       }

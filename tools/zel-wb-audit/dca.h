@@ -37,7 +37,7 @@ struct KeyByteRanking {
   unsigned rank_low;   // 1 = the correct guess correlated least (z-score)
   uint8_t best_high;
   uint8_t best_low;
-  double score_high;   // the highest guess's correlation
+  double score_high;  // the highest guess's correlation
 };
 
 class Dca {

@@ -30,8 +30,8 @@ struct SideSpec {
 };
 
 double since(std::chrono::steady_clock::time_point start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                       start).count();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+      .count();
 }
 
 std::string rank_list(const std::vector<unsigned>& ranks) {
@@ -48,14 +48,14 @@ std::vector<Outcome> run_dca(Target& target, const Settings& settings,
   const unsigned rounds = target.rounds();
   const auto truth = round_keys(raw_key);
   std::vector<Outcome> outcomes;
-  for (SideSpec side : {SideSpec{"first round", false},
-                        SideSpec{"last round", true}}) {
+  for (SideSpec side :
+       {SideSpec{"first round", false}, SideSpec{"last round", true}}) {
     const auto start = std::chrono::steady_clock::now();
     // The S-box is applied to in ^ k when encrypting, the inverse S-box
     // when decrypting; on the output side the other one undoes the last.
     const bool sbox_side = side.output == dec;
-    const DcaTarget predict = sbox_side ? DcaTarget::kSbox
-                                        : DcaTarget::kInverseSbox;
+    const DcaTarget predict =
+        sbox_side ? DcaTarget::kSbox : DcaTarget::kInverseSbox;
     const std::vector<uint8_t>& aim =
         (side.output != dec) ? truth[rounds] : truth[0];
     TraceRecorder recorder;
@@ -121,8 +121,8 @@ std::vector<Outcome> run_dca_second_order(Target& target,
   std::vector<double> peak(16, -1);
   std::vector<unsigned> best_rank(16, 257);
   const size_t length = traces.empty() ? 0 : traces[0].size();
-  const size_t windows = settings.quick ? std::min<size_t>(length / kWindow, 4)
-                                        : length / kWindow;
+  const size_t windows =
+      settings.quick ? std::min<size_t>(length / kWindow, 4) : length / kWindow;
   for (size_t w = 0; w < windows; ++w) {
     Dca dca(predict, kPairBytes);
     std::vector<uint8_t> pairs(kPairBytes);
@@ -132,8 +132,8 @@ std::vector<Outcome> run_dca_second_order(Target& target,
       unsigned p = 0;
       for (unsigned a = 0; a < kBits; ++a)
         for (unsigned b = a + 1; b < kBits; ++b, ++p) {
-          const unsigned bit = ((bytes[a / 8] >> (a % 8)) ^
-                                (bytes[b / 8] >> (b % 8))) & 1;
+          const unsigned bit =
+              ((bytes[a / 8] >> (a % 8)) ^ (bytes[b / 8] >> (b % 8))) & 1;
           pairs[p / 8] |= static_cast<uint8_t>(bit << (p % 8));
         }
       dca.add(inputs[t].data(), pairs.data());

@@ -18,10 +18,10 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <functional>
 #include <cstring>
-#include <unordered_map>
+#include <functional>
 #include <random>
+#include <unordered_map>
 
 #include "aes_util.h"
 #include "attacks.h"
@@ -120,8 +120,10 @@ int columns_hit(const Side& side, const Pair& p) {
     unsigned n = 0;
     for (unsigned m = 0; m < 4; ++m)
       n += p.good[side.pos(m, c)] != p.bad[side.pos(m, c)];
-    if (n == 4) hit |= 1 << c;
-    else if (n != 0) return -1;
+    if (n == 4)
+      hit |= 1 << c;
+    else if (n != 0)
+      return -1;
   }
   return hit;
 }
@@ -150,8 +152,10 @@ unsigned solve(const Side& side, const std::vector<Pair>& pairs, Block& key) {
       const uint8_t kb[4] = {uint8_t(k), uint8_t(k >> 8), uint8_t(k >> 16),
                              uint8_t(k >> 24)};
       for (const Pair* p : usable) v += consistent(side, c, kb, *p);
-      if (v > best_votes) best = k, best_votes = v, ties = 0;
-      else if (v == best_votes) ++ties;
+      if (v > best_votes)
+        best = k, best_votes = v, ties = 0;
+      else if (v == best_votes)
+        ++ties;
     }
     if (best_votes < 2 || ties != 0) continue;
     for (unsigned m = 0; m < 4; ++m)
@@ -192,8 +196,8 @@ struct Campaign {
       uint8_t* at = region.base + off;
       std::vector<uint8_t> mask(window);
       for (size_t i = 0; i < window; ++i)
-        mask[i] = kind == 0 ? static_cast<uint8_t>(rng() | 1)
-                            : at[i] ^ at[i % kind];
+        mask[i] =
+            kind == 0 ? static_cast<uint8_t>(rng() | 1) : at[i] ^ at[i % kind];
       unsigned misses = 0;
       for (unsigned t = 0; t < 24 && injections < budget; ++t) {
         uint8_t in[16];
@@ -249,13 +253,15 @@ std::vector<Outcome> run_dfa(Target& target, const Settings& settings,
       const std::vector<uint8_t>& last_truth =
           target.decrypts() ? truth[0] : truth[rounds];
       Outcome o;
-      o.attack = std::string("DFA ") + where + " round " + std::to_string(round);
+      o.attack =
+          std::string("DFA ") + where + " round " + std::to_string(round);
       o.key_bytes = target.key_len();
       if (rounds == 10) {
-        key = target.decrypts() ? last_vec
-                                : key_from_last_round_keys(16, nullptr,
-                                                           last.data());
-        o.recovered = key_works(target, key) ? 16 : count_equal(last_vec, last_truth);
+        key = target.decrypts()
+                  ? last_vec
+                  : key_from_last_round_keys(16, nullptr, last.data());
+        o.recovered =
+            key_works(target, key) ? 16 : count_equal(last_vec, last_truth);
       } else {
         // AES-256: peel the round found and attack the one before it with
         // faults two rounds earlier.
@@ -298,7 +304,8 @@ std::vector<Outcome> run_dfa(Target& target, const Settings& settings,
       o.cost = std::to_string(campaign.injections) + " faults, " +
                std::to_string(pairs.size()) + " shaped";
       o.seconds = std::chrono::duration<double>(
-                      std::chrono::steady_clock::now() - start).count();
+                      std::chrono::steady_clock::now() - start)
+                      .count();
       outcomes.push_back(o);
     }
   }

@@ -53,8 +53,9 @@ std::vector<Outcome> run_first_core_algebraic(
         key.push_back(from_ke[unprotect[j * 256 + protected_key[j]]]);
   }
   o.recovered = count_equal(key, raw_key);
-  o.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                            start).count();
+  o.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
   o.detail = identity >= 0 ? "identity row KE(0) = " + std::to_string(identity)
                            : "no identity row";
   return {o};

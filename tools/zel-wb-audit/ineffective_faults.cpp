@@ -69,8 +69,8 @@ std::vector<Outcome> run_sifa(Target& target, const Settings& settings,
       for (unsigned i = 0; i < 16; ++i) ++count[i][out[i]];
     }
     const auto nothing = [] {};  // the fault is off between runs
-    found = key_from_missing_values(target, count, aim, nothing, nothing,
-                                    detail);
+    found =
+        key_from_missing_values(target, count, aim, nothing, nothing, detail);
   }
   Outcome o;
   o.attack = "SIFA, transient table faults";
@@ -78,8 +78,9 @@ std::vector<Outcome> run_sifa(Target& target, const Settings& settings,
   o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
   o.cost = std::to_string(locations) + " fault locations, " +
            std::to_string(runs) + " faulted runs";
-  o.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                            start).count();
+  o.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
   o.detail = detail;
   return {o};
 }

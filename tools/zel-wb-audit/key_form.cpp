@@ -79,8 +79,10 @@ std::vector<Outcome> run_key_form(Target& target,
     const uint8_t* t = tables.base + off;
     if (off + kXor <= tables.size) {
       const int e = group_identity(t);
-      if (e >= 0) groups.emplace_back(off, e);
-      else if (separable(t)) plain.push_back(off);
+      if (e >= 0)
+        groups.emplace_back(off, e);
+      else if (separable(t))
+        plain.push_back(off);
     }
     if (off + 256 * key_len <= tables.size) {
       bool run = true;
@@ -121,8 +123,9 @@ std::vector<Outcome> run_key_form(Target& target,
   o.recovered = count_equal(found, raw_key);
   o.cost = std::to_string(tables.size) + " table bytes, " +
            std::to_string(tried) + " keys tried";
-  o.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                            start).count();
+  o.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
   o.detail = std::to_string(groups.size()) + " group tables, " +
              std::to_string(plain.size()) + " with plain key-dependent output";
   return {o};

@@ -63,13 +63,14 @@ Bytes read_file(const std::string& path) {
 }
 
 [[noreturn]] void usage() {
-  std::fprintf(stderr,
-               "usage: zel-wb-audit [--target core|plain|masked|duplicated] [--attacks "
-               "LIST] [--key-size 128|256|both]\n  [--direction enc|dec|both]"
-               " [--traces N] [--traces2 N] [--faults N] [--chosen N]\n  "
-               "[--known N] [--quick] [--require-key] [--egsk FILE] "
-               "[--egsk256 FILE]\n  [--seed FILE] [--raw-key FILE] "
-               "[--raw-key256 FILE]\n");
+  std::fprintf(
+      stderr,
+      "usage: zel-wb-audit [--target core|plain|masked|duplicated] [--attacks "
+      "LIST] [--key-size 128|256|both]\n  [--direction enc|dec|both]"
+      " [--traces N] [--traces2 N] [--faults N] [--chosen N]\n  "
+      "[--known N] [--quick] [--require-key] [--egsk FILE] "
+      "[--egsk256 FILE]\n  [--seed FILE] [--raw-key FILE] "
+      "[--raw-key256 FILE]\n");
   std::exit(2);
 }
 
@@ -94,30 +95,50 @@ Options parse(int argc, char** argv) {
     }
     if (i + 1 >= argc) usage();
     const std::string value = argv[++i];
-    const auto number = [&] { return static_cast<unsigned>(std::stoul(value)); };
-    if (flag == "--target") o.target = value;
+    const auto number = [&] {
+      return static_cast<unsigned>(std::stoul(value));
+    };
+    if (flag == "--target")
+      o.target = value;
     else if (flag == "--attacks") {
       std::stringstream list(value);
       for (std::string a; std::getline(list, a, ',');) o.attacks.insert(a);
     } else if (flag == "--key-size") {
-      if (value == "128") o.key_sizes = {16};
-      else if (value == "256") o.key_sizes = {32};
-      else if (value != "both") usage();
+      if (value == "128")
+        o.key_sizes = {16};
+      else if (value == "256")
+        o.key_sizes = {32};
+      else if (value != "both")
+        usage();
     } else if (flag == "--direction") {
-      if (value == "enc") o.directions = {false};
-      else if (value == "dec") o.directions = {true};
-      else if (value != "both") usage();
-    } else if (flag == "--traces") o.settings.traces = number();
-    else if (flag == "--traces2") o.settings.traces_second = number();
-    else if (flag == "--faults") o.settings.faults = number();
-    else if (flag == "--chosen") o.settings.chosen = number();
-    else if (flag == "--known") o.settings.known = number();
-    else if (flag == "--egsk") o.egsk[0] = value;
-    else if (flag == "--egsk256") o.egsk[1] = value;
-    else if (flag == "--raw-key") o.raw[0] = value;
-    else if (flag == "--raw-key256") o.raw[1] = value;
-    else if (flag == "--seed") o.seed = value;
-    else usage();
+      if (value == "enc")
+        o.directions = {false};
+      else if (value == "dec")
+        o.directions = {true};
+      else if (value != "both")
+        usage();
+    } else if (flag == "--traces")
+      o.settings.traces = number();
+    else if (flag == "--traces2")
+      o.settings.traces_second = number();
+    else if (flag == "--faults")
+      o.settings.faults = number();
+    else if (flag == "--chosen")
+      o.settings.chosen = number();
+    else if (flag == "--known")
+      o.settings.known = number();
+    else if (flag == "--egsk")
+      o.egsk[0] = value;
+    else if (flag == "--egsk256")
+      o.egsk[1] = value;
+    else if (flag == "--raw-key")
+      o.raw[0] = value;
+    else if (flag == "--raw-key256")
+      o.raw[1] = value;
+    else if (flag == "--seed")
+      o.seed = value;
+    else
+      usage();
   }
   if (o.target != "core" && o.target != "plain" && o.target != "masked" &&
       o.target != "duplicated")
@@ -146,8 +167,8 @@ int run(int argc, char** argv) {
     return o.attacks.empty() || o.attacks.count(a) != 0;
   };
   std::set<std::string> families_run, families_broken;
-  std::printf("%-30s %-50s %-16s %-34s %10s\n", "attack", "target",
-              "recovered", "cost", "time");
+  std::printf("%-30s %-50s %-16s %-34s %10s\n", "attack", "target", "recovered",
+              "cost", "time");
   for (unsigned key_len : o.key_sizes) {
     const unsigned slot = key_len == 16 ? 0 : 1;
     const Bytes protected_key = read_file(o.egsk[slot]);
@@ -161,9 +182,10 @@ int run(int argc, char** argv) {
       std::unique_ptr<Target> target =
           o.target == "core"
               ? make_core_target(dec, protected_key)
-              : make_model_target(o.target == "plain"    ? ModelKind::kPlain
-                                  : o.target == "masked" ? ModelKind::kMasked
-                                                         : ModelKind::kDuplicated,
+              : make_model_target(o.target == "plain" ? ModelKind::kPlain
+                                  : o.target == "masked"
+                                      ? ModelKind::kMasked
+                                      : ModelKind::kDuplicated,
                                   dec, raw_key);
       const std::string name =
           target->name() + ", AES-" + std::to_string(8 * key_len);

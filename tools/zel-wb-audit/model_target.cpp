@@ -44,8 +44,10 @@ class ModelTarget : public Target {
   }
   void run(const uint8_t* in, uint8_t* out) override {
     mismatch_ = false;
-    if (decryptor_) decrypt(in, out);
-    else encrypt(in, out);
+    if (decryptor_)
+      decrypt(in, out);
+    else
+      encrypt(in, out);
     if (mismatch_)
       for (unsigned i = 0; i < 16; ++i) out[i] = static_cast<uint8_t>(rng_());
   }
@@ -58,7 +60,8 @@ class ModelTarget : public Target {
 
  private:
   uint8_t sub(uint8_t x) {
-    if (kind_ == ModelKind::kDuplicated) mismatch_ |= table_[x] != table_[256 + x];
+    if (kind_ == ModelKind::kDuplicated)
+      mismatch_ |= table_[x] != table_[256 + x];
     return table_[x];
   }
   uint8_t trace(unsigned layer, uint8_t v) {

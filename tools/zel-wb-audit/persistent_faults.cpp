@@ -17,8 +17,8 @@
 // comparison of the copies would see nothing.
 #include <array>
 #include <chrono>
-#include <functional>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -71,9 +71,9 @@ std::vector<uint8_t> key_from_missing_values(
       continue;
     }
     restore();  // the check needs the correct tables
-    const auto key =
-        target.decrypts() ? last
-                          : key_from_last_round_keys(16, nullptr, last.data());
+    const auto key = target.decrypts()
+                         ? last
+                         : key_from_last_round_keys(16, nullptr, last.data());
     const bool works = key_works(target, key);
     refault();
     if (works) return key;
@@ -114,8 +114,9 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
     while (injections < settings.faults && found.empty()) {
       const size_t off = rng() % tables.size;
       const uint8_t flip = static_cast<uint8_t>(rng() | 1);
-      const std::vector<size_t> where =
-          all_copies ? copies_of(tables, off, blocks) : std::vector<size_t>{off};
+      const std::vector<size_t> where = all_copies
+                                            ? copies_of(tables, off, blocks)
+                                            : std::vector<size_t>{off};
       for (size_t w : where) tables.base[w] ^= flip;
       ++injections;
       target.reset();
@@ -143,8 +144,7 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
           for (size_t w : where) tables.base[w] ^= flip;
           target.reset();
         };
-        found = key_from_missing_values(target, count, aim, undo, undo,
-                                        detail);
+        found = key_from_missing_values(target, count, aim, undo, undo, detail);
       }
       for (size_t w : where) tables.base[w] ^= flip;
     }
@@ -155,8 +155,9 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
     o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
     o.cost = std::to_string(injections) + " faults, " +
              std::to_string(outputs) + " outputs";
-    o.seconds = std::chrono::duration<double>(
-                    std::chrono::steady_clock::now() - start).count();
+    o.seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+            .count();
     o.detail = detail;
     if (all_copies)
       o.detail += (o.detail.empty() ? "" : "; ") +
