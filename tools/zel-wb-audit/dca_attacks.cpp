@@ -9,7 +9,7 @@
 // highest correlation and by the lowest (z-score).
 //
 // Second order: the XOR of every pair of bits within a window of 8 traced
-// bytes of the first layer, windows side by side.
+// bytes of the first layer (4 in quick mode), windows side by side.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -113,25 +113,27 @@ std::vector<Outcome> run_dca_second_order(Target& target,
       traces[t] = recorder.window(0, 0);
     }
   }
-  constexpr unsigned kWindow = 8;  // bytes
-  constexpr unsigned kBits = 8 * kWindow;
-  constexpr unsigned kPairBytes = (kBits * (kBits - 1) / 2 + 7) / 8;
+  // Windows of 8 bytes (quick: 4 bytes, the first 32 bytes only).
+  const unsigned window_bytes = settings.quick ? 4 : 8;
+  const unsigned window_bits = 8 * window_bytes;
+  const unsigned pair_bytes = (window_bits * (window_bits - 1) / 2 + 7) / 8;
   // best[i]: the guess of the window whose peak for byte i is highest.
   std::vector<uint8_t> best(16);
   std::vector<double> peak(16, -1);
   std::vector<unsigned> best_rank(16, 257);
   const size_t length = traces.empty() ? 0 : traces[0].size();
-  const size_t windows =
-      settings.quick ? std::min<size_t>(length / kWindow, 4) : length / kWindow;
+  const size_t windows = settings.quick
+                             ? std::min<size_t>(length / window_bytes, 8)
+                             : length / window_bytes;
   for (size_t w = 0; w < windows; ++w) {
-    Dca dca(predict, kPairBytes);
-    std::vector<uint8_t> pairs(kPairBytes);
+    Dca dca(predict, pair_bytes);
+    std::vector<uint8_t> pairs(pair_bytes);
     for (unsigned t = 0; t < n; ++t) {
-      const uint8_t* bytes = traces[t].data() + w * kWindow;
+      const uint8_t* bytes = traces[t].data() + w * window_bytes;
       std::fill(pairs.begin(), pairs.end(), 0);
       unsigned p = 0;
-      for (unsigned a = 0; a < kBits; ++a)
-        for (unsigned b = a + 1; b < kBits; ++b, ++p) {
+      for (unsigned a = 0; a < window_bits; ++a)
+        for (unsigned b = a + 1; b < window_bits; ++b, ++p) {
           const unsigned bit =
               ((bytes[a / 8] >> (a % 8)) ^ (bytes[b / 8] >> (b % 8))) & 1;
           pairs[p / 8] |= static_cast<uint8_t>(bit << (p % 8));
@@ -152,7 +154,7 @@ std::vector<Outcome> run_dca_second_order(Target& target,
   o.key_bytes = target.key_len();
   o.recovered = count_equal(best, aim);
   o.cost = std::to_string(n) + " traces, " + std::to_string(windows) +
-           " windows of 8 bytes";
+           " windows of " + std::to_string(window_bytes) + " bytes";
   o.seconds = since(start);
   o.detail = "peak window " + rank_list(best_rank);
   return {o};
