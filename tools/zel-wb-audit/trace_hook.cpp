@@ -10,10 +10,7 @@ namespace zel_audit {
 namespace {
 TraceRecorder* active_recorder = nullptr;
 TimedFault* active_fault = nullptr;
-uint64_t lookup_count = 0;
 }  // namespace
-
-uint64_t lookups_seen() { return lookup_count; }
 
 TraceRecorder::TraceRecorder() : by_layer_(16) { active_recorder = this; }
 TraceRecorder::~TraceRecorder() { active_recorder = nullptr; }
@@ -73,7 +70,6 @@ void TimedFault::on_lookup(unsigned layer) {
 
 namespace zel_whitebox {
 void trace_lookup(unsigned layer, uint32_t value, unsigned bytes) {
-  ++zel_audit::lookup_count;
   if (zel_audit::active_fault != nullptr)
     zel_audit::active_fault->on_lookup(layer);
   if (zel_audit::active_recorder != nullptr)

@@ -57,9 +57,6 @@ class TimedFault {
   bool fired_ = false;
 };
 
-// lookups_seen counts every traced look-up since the program started.
-uint64_t lookups_seen();
-
 }  // namespace zel_audit
 
 #endif  // ZEL_WB_AUDIT_TRACE_HOOK_H
