@@ -1,16 +1,15 @@
-// wb_trace.h: the look-up trace hook of the white-box core, for the attack
-// harness only.
+// wb_trace.h: the look-up trace hook of the white-box core, for the audit
+// tool (tools/zel-wb-audit) only.
 //
 // The runtime passes every table look-up output through ZEL_WB_TRACE(layer,
 // value). In the library it expands to the value itself and costs nothing.
-// The harness compiles the runtime a second time with ZEL_WB_TRACE_HOOK
+// The audit compiles the runtime a second time with ZEL_WB_TRACE_HOOK
 // defined and provides zel_whitebox::trace_lookup, which records the
 // outputs of the layers it watches (|layer| is the AES round the look-up
 // belongs to, 0 = first).
 //
 // WARNING: a traced build hands every intermediate value to outside code.
-// It exists only in the test tree and must never be linked into the
-// library.
+// It is linked only into the audit tool, never into the library.
 #ifndef ZEL_WHITEBOX_RUNTIME_WB_TRACE_H
 #define ZEL_WHITEBOX_RUNTIME_WB_TRACE_H
 

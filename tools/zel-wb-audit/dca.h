@@ -9,23 +9,35 @@
 // Pearson correlation between any predicted bit and any trace bit. The
 // correct guess ranks first when the traces leak.
 //
+// A second ranking looks for too little correlation: encodings picked so
+// that no single output bit correlates with the encoded byte leave the
+// correct guess with sampling noise only, where wrong guesses keep a
+// residual correlation. Per trace bit, the summed squared correlations of
+// all guesses are turned into z-scores against the other guesses; the
+// bits that correlate most on average are kept, and the guess with the
+// lowest total z ranks first.
+//
 // Traces are folded into per-position counts as they arrive (memory does
 // not grow with their number); the correlations for all 256 guesses come
 // from XOR-convolutions done with the Walsh-Hadamard transform.
-#ifndef ZEL_TESTS_ATTACKS_DCA_H
-#define ZEL_TESTS_ATTACKS_DCA_H
+#ifndef ZEL_WB_AUDIT_DCA_H
+#define ZEL_WB_AUDIT_DCA_H
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-enum class DcaTarget { kFirstRoundSbox, kLastRoundInverseSbox };
+namespace zel_audit {
+
+// The predicted value: S(known ^ k) or InvS(known ^ k).
+enum class DcaTarget { kSbox, kInverseSbox };
 
 struct KeyByteRanking {
-  unsigned rank;       // 1 = the correct guess scored highest
-  uint8_t best_guess;
-  double best_score;
-  double correct_score;
+  unsigned rank_high;  // 1 = the correct guess correlated most
+  unsigned rank_low;   // 1 = the correct guess correlated least (z-score)
+  uint8_t best_high;
+  uint8_t best_low;
+  double score_high;  // the highest guess's correlation
 };
 
 class Dca {
@@ -52,4 +64,6 @@ class Dca {
   std::vector<uint8_t> bits_;   // scratch: the current trace, one per bit
 };
 
-#endif  // ZEL_TESTS_ATTACKS_DCA_H
+}  // namespace zel_audit
+
+#endif  // ZEL_WB_AUDIT_DCA_H
