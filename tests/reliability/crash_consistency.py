@@ -173,17 +173,17 @@ class Disk:
         kind = op[0]
         if kind == "link":  # create or mkdir
             _, dir_, name, inode, is_dir = op
-            self.entries[dir_][name] = inode
+            self.entries.setdefault(dir_, {})[name] = inode
             if is_dir:
                 self.entries.setdefault(inode, {})
             else:
                 self.data.setdefault(inode, bytearray())
         elif kind == "unlink":
-            self.entries[op[1]].pop(op[2], None)
+            self.entries.setdefault(op[1], {}).pop(op[2], None)
         elif kind == "rename":
             _, src_dir, src, dst_dir, dst, inode = op
-            self.entries[src_dir].pop(src, None)
-            self.entries[dst_dir][dst] = inode
+            self.entries.setdefault(src_dir, {}).pop(src, None)
+            self.entries.setdefault(dst_dir, {})[dst] = inode
             self.data.setdefault(inode, bytearray())
         elif kind == "write":
             _, inode, offset, data = op
@@ -201,6 +201,11 @@ class Disk:
             else:
                 out.append((prefix + name, bytes(self.data.get(child, b""))))
         return tuple(out)
+
+
+def describe(op):
+    names = [x.decode(errors="replace") for x in op if isinstance(x, bytes) and len(x) < 100]
+    return " ".join([op[0]] + names) if op[0] != "write" else "write of %d bytes" % len(op[3])
 
 
 def build(tree, root):
@@ -288,7 +293,8 @@ def model(calls, start, returned_at):
 
 
 def crash_trees(start, ops, durable, returned_at_op):
-    """Yields (crash point, returned, tree) for every crash state."""
+    """Yields (crash point, returned, dropped operations, tree) for every
+    crash state."""
     rng = random.Random(14)
     for point in range(len(ops) + 1):
         pending = [i for i in range(point) if ops[i][0] != "sync" and
@@ -304,14 +310,15 @@ def crash_trees(start, ops, durable, returned_at_op):
             for i in range(point):
                 if i not in pending or i in chosen:
                     disk.apply(ops[i])
-            yield point, point >= returned_at_op, disk.tree()
+            yield point, point >= returned_at_op, set(pending) - set(chosen), disk.tree()
 
 
 # --- the checks -------------------------------------------------------------
 
 def violations(values, thrown, allowed):
-    found = ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
-    return found + (["load threw: " + thrown] if thrown else [])
+    if thrown:
+        return ["load " + thrown]
+    return ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
 
 
 def check_crash_states(tool, work, scenario):
@@ -327,7 +334,7 @@ def check_crash_states(tool, work, scenario):
     if everything.tree() != Disk(root).tree():
         return ["the model of the trace does not give the directory the run left"]
     seen, problems, states = {}, [], 0
-    for point, returned, tree in crash_trees(start, ops, durable, returned_at_op):
+    for point, returned, dropped, tree in crash_trees(start, ops, durable, returned_at_op):
         states += 1
         key = (tree, returned)
         if key in seen:
@@ -335,9 +342,10 @@ def check_crash_states(tool, work, scenario):
         build(tree, image)
         values, thrown = held(tool, image)
         seen[key] = violations(values, thrown, {after} if returned else {before, after})
-        for problem in seen[key]:
-            problems.append("crash after %d of %d operations%s: %s" % (
-                point, len(ops), " (the call had returned true)" if returned else "", problem))
+        if seen[key]:
+            problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
+                point, len(ops), " (the call had returned true)" if returned else "",
+                ", ".join(describe(ops[i]) for i in sorted(dropped)), "; ".join(seen[key])))
     print("%s: %d file-system calls, %d operations, %d crash states, %d distinct loaded"
           % (name, len(calls), len(ops), states, len(seen)))
     return problems
@@ -348,7 +356,8 @@ def inject(tool, root, args, call, what, work):
     done = tool_run(tool, root, args, ["-y", "-o", trace, "-e", "trace=" + call.name, "-e",
                                        "inject=%s:%s:when=%d" % (call.name, what, call.number)])
     with open(trace) as lines:
-        hit = [line for line in lines if "INJECTED" in line]
+        # An injected error is marked; a killed call never returns.
+        hit = [line for line in lines if "INJECTED" in line or line.rstrip().endswith("= ?")]
     return done, bool(hit) and root in hit[0]
 
 

@@ -38,11 +38,10 @@ int main(int argc, char** argv) {
   }
   setenv("HEVO_PERSISTENT_STORAGE", argv[1], 1);
   TZelKeyStore& store = TZelKeyStore::GetInstance();
-  const ItemBytes old_items = SampleItems(SampleVersion::kOld);
-  const ItemBytes new_items = SampleItems(SampleVersion::kNew);
   TZelKeyChain chain("dev");
   if (op != "load") {
-    FillKeyChain(chain, std::strcmp(argv[argc - 1], "new") == 0 ? new_items : old_items);
+    const bool renewed = std::strcmp(argv[argc - 1], "new") == 0;
+    FillKeyChain(chain, SampleItems(renewed ? SampleVersion::kNew : SampleVersion::kOld));
     const bool returned = op == "store" ? store.StoreKeyChain(chain) : store.EraseKeyChain(chain);
     Print(returned ? "returned 1" : "returned 0");
     return 0;
@@ -52,13 +51,6 @@ int main(int argc, char** argv) {
   } catch (const char* message) {
     Print(std::string("thrown ") + message);
   }
-  const ItemBytes held = ItemsOf(chain);
-  for (const auto& item : old_items) {
-    const auto found = held.find(item.first);
-    Print(item.first + (found == held.end()                     ? " missing"
-                        : found->second == item.second          ? " old"
-                        : found->second == new_items.at(item.first) ? " new"
-                                                                    : " other"));
-  }
+  for (const auto& item : VersionsIn(ItemsOf(chain))) Print(item.first + " " + item.second);
   return 0;
 }
