@@ -38,56 +38,34 @@ void Require(bool holds, const char* rule) {
   std::abort();
 }
 
-// Decrypted is what a reader made of the input.
-struct Decrypted {
-  std::string thrown;  // the exception's message, empty if none
-  size_t plain_size = 0;
-};
-
-// FastRead decrypts |file| with a decryptor keyed once.
-Decrypted FastRead(const THevoBlob& file) {
+// Read decrypts |file| with the decryptor keyed once (or, |through_store|,
+// with the store's Decrypt), leaving the plaintext in |plain|, and returns
+// the exception's message, empty if none.
+std::string Read(const THevoBlob& file, THevoBlob& plain, bool through_store) {
   static PKIWB_decrypt* decryptor = [] {
     const auto key_size = static_cast<unsigned>(_binary_egsk_bin_end - _binary_egsk_bin_start);
     PKIWB_decrypt* keyed = new PKIWB_decrypt(key_size);  // kept for the process's life
     keyed->aes_init(_binary_egsk_bin_start, _binary_uid_bin_start);
     return keyed;
   }();
-  unsigned char chain[16];
-  decryptor->wb_cbc_decrypt(_binary_uid_bin_start, chain, sizeof chain);
-  const auto& in = file.GetContainer();
-  THevoBlob plain;
-  plain.GetContainer().resize(in.size());
-  Decrypted result;
+  auto& out = plain.GetContainer();
   try {
-    result.plain_size = decryptor->wb_cbc_decrypt_pkcs7(
-        in.data(), plain.GetContainer().data(), static_cast<unsigned>(in.size()));
+    if (through_store) {
+      Require(TZelSecureStore::GetInstance().Decrypt(file, plain) == !out.empty(),
+              "false exactly when the plaintext is empty");
+      return "";
+    }
+    unsigned char chain[16];
+    decryptor->wb_cbc_decrypt(_binary_uid_bin_start, chain, sizeof chain);
+    out.resize(file.GetContainer().size());
+    out.resize(decryptor->wb_cbc_decrypt_pkcs7(file.GetContainer().data(), out.data(),
+                                               static_cast<unsigned>(out.size())));
   } catch (const char* message) {
-    result.thrown = message;
+    Require(std::strncmp(message, "ASSERTION FAILED: ", 18) == 0,
+            "the cipher throws assertion messages only");
+    return message;
   }
-  return result;
-}
-
-// StoreRead decrypts |file| through the store, and checks that the
-// plaintext encrypts back to the input.
-Decrypted StoreRead(const THevoBlob& file) {
-  TZelSecureStore& store = TZelSecureStore::GetInstance();
-  THevoBlob plain, again;
-  Decrypted result;
-  try {
-    Require(store.Decrypt(file, plain) == !plain.GetContainer().empty(),
-            "false exactly when the plaintext is empty");
-  } catch (const char* message) {
-    result.thrown = message;
-    return result;
-  }
-  result.plain_size = plain.GetContainer().size();
-  const size_t whole = result.plain_size / 16 * 16;
-  if (whole > 0) {
-    Require(store.Encrypt(plain, again) &&
-                std::memcmp(again.GetContainer().data(), file.GetContainer().data(), whole) == 0,
-            "the plaintext's whole blocks encrypt back to the input");
-  }
-  return result;
+  return "";
 }
 
 }  // namespace
@@ -95,16 +73,18 @@ Decrypted StoreRead(const THevoBlob& file) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static unsigned long executions = 0;
   const THevoBlob file(std::string(reinterpret_cast<const char*>(data), size));
-  const Decrypted fast = FastRead(file);
-  Require(fast.thrown.empty() || fast.thrown.compare(0, 18, "ASSERTION FAILED: ") == 0,
-          "the cipher throws assertion messages only");
-  Require(!fast.thrown.empty() ||
-              (size % 16 == 0 && fast.plain_size + 16 >= size && fast.plain_size < size),
+  THevoBlob fast, slow, again;
+  const std::string thrown = Read(file, fast, false);
+  const size_t plain_size = fast.GetContainer().size();
+  Require(!thrown.empty() || (size % 16 == 0 && plain_size + 16 >= size && plain_size < size),
           "a plaintext is the input less 1 to 16 bytes of padding");
-  if (++executions <= 64 || executions % 1024 == 0) {
-    const Decrypted slow = StoreRead(file);
-    Require(slow.thrown == fast.thrown && slow.plain_size == fast.plain_size,
-            "the store's own path reads the same");
-  }
+  if (++executions > 64 && executions % 1024 != 0) return 0;
+  Require(Read(file, slow, true) == thrown &&
+              (!thrown.empty() || slow.GetContainer().size() == plain_size),
+          "the store's own path reads the same");
+  const size_t whole = thrown.empty() ? plain_size / 16 * 16 : 0;
+  Require(whole == 0 || (TZelSecureStore::GetInstance().Encrypt(slow, again) &&
+                         std::memcmp(again.GetContainer().data(), data, whole) == 0),
+          "the plaintext's whole blocks encrypt back to the input");
   return 0;
 }
