@@ -368,7 +368,9 @@ def check_calls(tool, work, scenario, what):
     calls, _ = record(tool, root, args, os.path.join(work, "trace"))
     problems = []
     for call in calls:
-        where = "%s #%d (%s)" % (call.name, call.number, call.line[:100].strip())
+        readable = re.sub(r"(\\x[0-9a-f]{2})+", lambda m: unhex(m.group(0)).decode(
+            errors="replace"), call.line)
+        where = "%s #%d (%s)" % (call.name, call.number, readable.strip()[:120])
         prepare(tool, root, setup)
         done, hit = inject(tool, root, args, call, what, work)
         if not hit:
