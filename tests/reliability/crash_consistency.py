@@ -118,10 +118,11 @@ class Call:
 
 
 def record(tool, root, args, trace):
-    """Runs the call under strace; returns the calls that name |root| and the
-    index among them of the first call after the call returned."""
+    """Runs the call under strace, which must return true; returns the calls
+    that name |root| and the index among them of the first call after the
+    call returned."""
     done = tool_run(tool, root, args, ["-y", "-xx", "-s", "1000000", "-o", trace])
-    assert done.returncode == 0, done
+    assert done.returncode == 0 and done.stdout == b"returned 1\n", done
     root_hex = "".join("\\x%02x" % b for b in root.encode())
     calls, counts, returned_at = [], {}, None
     with open(trace) as lines:
@@ -132,7 +133,7 @@ def record(tool, root, args, trace):
             name = match.group(1)
             counts[name] = counts.get(name, 0) + 1
             if name == "write" and "\\x72\\x65\\x74\\x75\\x72\\x6e\\x65\\x64" in line:
-                returned_at = len(calls)  # "returned"
+                returned_at = len(calls)  # "returned", on standard output
             if root_hex not in line or name.startswith("exec"):
                 continue
             args = [token(a) for a in match.group(2).split(", ")]
