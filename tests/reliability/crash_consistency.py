@@ -61,6 +61,8 @@ TEMP_PREFIX = ".hevo-tmp-"
 UNMODELLED = {"creat", "truncate", "ftruncate", "fallocate", "pwrite64", "pwritev",
               "pwritev2", "writev", "link", "linkat", "symlink", "symlinkat",
               "copy_file_range", "sendfile", "sendfile64", "mknod", "mknodat"}
+# Calls whose string arguments are data, not paths.
+DATA_CALLS = {"read", "write", "pread64", "pwrite64", "readv", "writev"}
 NO_LEAK_CHECK = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")  # not under ptrace
 
 
@@ -123,7 +125,8 @@ def record(tool, root, args, trace):
     call returned."""
     done = tool_run(tool, root, args, ["-y", "-xx", "-s", "1000000", "-o", trace])
     assert done.returncode == 0 and done.stdout == b"returned 1\n", done
-    root_hex = "".join("\\x%02x" % b for b in root.encode())
+    root_bytes = root.encode()
+    root_hex = "".join("\\x%02x" % b for b in root_bytes)
     calls, counts, returned_at = [], {}, None
     with open(trace) as lines:
         for line in lines:
@@ -138,6 +141,12 @@ def record(tool, root, args, trace):
                 continue
             args = [token(a) for a in match.group(2).split(", ")]
             result_path = unhex(match.group(4)) if match.group(4) else None
+            # Paths: of descriptors, of results, and the string arguments of
+            # calls that take paths (not the data of a read or write).
+            paths = [a[1] for a in args if isinstance(a, tuple)] + [result_path] + [
+                a for a in args if isinstance(a, bytes) and name not in DATA_CALLS]
+            if not any(p and (p == root_bytes or p.startswith(root_bytes + b"/")) for p in paths):
+                continue
             calls.append(Call(name, args, int(match.group(3)), result_path, counts[name], line))
     assert returned_at is not None, "no 'returned' line in the trace"
     return calls, returned_at
