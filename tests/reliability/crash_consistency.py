@@ -5,10 +5,11 @@ system calls, driven by a trace of its own file-system calls.
     crash_consistency.py crash-states|killed-calls|failing-calls TOOL
 
 TOOL is zel_keychain_tool. Three operations are traced with strace: replacing
-a stored keychain, a first store into a storage directory where the
-key-store directory does not exist yet, and erasing a keychain. The trace,
-not a list kept here, names the file-system calls: every call whose
-arguments or result name the storage directory or a file under it.
+a stored keychain, a first store where neither the persistent-storage
+directory nor the key-store directory in it exists yet (the key store
+creates both), and erasing a keychain. The trace, not a list kept here,
+names the file-system calls: every call with a path (a path argument, a
+descriptor's or a result's) under the test's directory.
 
 crash-states: power loss. The model is the conservative one of published
 crash-consistency checkers (ALICE, Pillai et al., OSDI 2014; CrashMonkey,
@@ -71,7 +72,10 @@ def run(args, env=None):
 
 
 def tool_run(tool, root, args, strace=()):
-    return run(["strace", *strace, tool, root, *args] if strace else [tool, root, *args],
+    """Runs the tool on the persistent-storage path |root|/storage: a first
+    store creates that directory and the key-store directory in it."""
+    command = [tool, os.path.join(root, "storage"), *args]
+    return run(["strace", *strace, *command] if strace else command,
                NO_LEAK_CHECK if strace else None)
 
 
@@ -91,7 +95,7 @@ def held(tool, root):
 
 
 def temporaries(root):
-    dir_ = os.path.join(root, "zel_keystore")
+    dir_ = os.path.join(root, "storage", "zel_keystore")
     return [n for n in os.listdir(dir_) if n.startswith(TEMP_PREFIX)] if os.path.isdir(dir_) else []
 
 
