@@ -24,6 +24,26 @@ bool IsDirectory(const std::string& path) {
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// ParentOf returns the directory that holds |path|: "." when it has no
+// "/", "/" when that is the only one.
+std::string ParentOf(const std::string& path) {
+  const std::string::size_type slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// SyncDirectory makes the entries of |dir| durable: a create, mkdir, rename
+// or unlink in it survives a power loss only once the directory is synced.
+bool SyncDirectory(const std::string& dir) {
+  HevoFileDescriptor dir_fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!dir_fd.IsOpen()) return false;
+  int result;
+  do {
+    result = fsync(dir_fd.Get());
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
+}
+
 bool IsRegularFileAt(int dir_fd, const dirent& entry) {
   if (entry.d_type == DT_REG) return true;
   if (entry.d_type != DT_UNKNOWN) return false;
@@ -46,9 +66,14 @@ bool CreateDirectoryRecursive(const std::string& path, unsigned int mode) {
   for (std::string::size_type slash = path.find('/', 1);;
        slash = path.find('/', slash + 1)) {
     const std::string prefix = path.substr(0, slash);
-    if (mkdir(prefix.c_str(), static_cast<mode_t>(mode)) != 0 &&
-        errno != EEXIST)
+    if (mkdir(prefix.c_str(), static_cast<mode_t>(mode)) == 0) {
+      // A new directory's entry lives in its parent: without this sync a
+      // power loss can drop the directory, and every item later stored and
+      // confirmed in it.
+      if (!SyncDirectory(ParentOf(prefix))) return false;
+    } else if (errno != EEXIST) {
       return false;
+    }
     if (slash == std::string::npos) break;
   }
   return IsDirectory(path);
@@ -79,12 +104,8 @@ std::string GetFileBaseName(const std::string& name) {
 
 bool Remove(const std::string& path) {
   if (unlink(path.c_str()) != 0) return false;
-  const std::string::size_type slash = path.rfind('/');
-  const std::string dir =
-      slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
   // Make the removal durable; the file is gone either way.
-  HevoFileDescriptor dir_fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (dir_fd.IsOpen()) fsync(dir_fd.Get());
+  SyncDirectory(ParentOf(path));
   return true;
 }
 

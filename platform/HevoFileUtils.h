@@ -16,8 +16,10 @@ namespace HevoFileUtils {
 HEVO_EXPORT bool Exists(const std::string& path);
 
 // CreateDirectoryRecursive creates |path| and each missing parent with the
-// permission bits |mode| (less the process's umask). True when the
-// directory exists afterwards.
+// permission bits |mode| (less the process's umask), and syncs the parent
+// of each directory it creates, so that the new directories survive a
+// power loss. True when the directory exists afterwards; false too when a
+// directory was created but its parent could not be synced.
 HEVO_EXPORT bool CreateDirectoryRecursive(const std::string& path,
                                           unsigned int mode);
 

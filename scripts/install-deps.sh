@@ -7,9 +7,10 @@ set -euo pipefail
 packages_example=(cmake make g++ pkg-config)
 # Tests: GoogleTest sources (built per target), the 32-bit toolchain, OpenSSL
 # as the tests' oracle, Google Benchmark, clang for the fuzz target, strace
-# for fault injection, e2fsprogs for the power-cut image.
+# and python3 for the crash-consistency driver, e2fsprogs for the power-cut
+# image.
 packages_all=("${packages_example[@]}" googletest g++-multilib libssl-dev
-  libbenchmark-dev clang libclang-rt-dev strace e2fsprogs util-linux)
+  libbenchmark-dev clang libclang-rt-dev strace python3 e2fsprogs util-linux)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;

@@ -6,7 +6,7 @@
 #   - x86_64 with AddressSanitizer and UndefinedBehaviorSanitizer
 #   - a consumer built against the installed tree (CMake package and
 #     pkg-config)
-#   - a short libFuzzer run over the item-file reader
+#   - a libFuzzer run of 60 s over the item-file reader
 # Installs the Debian packages it needs first. Exits non-zero on any failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -26,7 +26,7 @@ run_preset reference
 run_preset i386
 run_preset asan
 bash scripts/check-install.sh build/default
-bash scripts/fuzz-short.sh 30
+bash scripts/fuzz-short.sh 60
 echo "=== benchmarks: build only (run them with the bench preset)"
 cmake --preset bench >/dev/null
 cmake --build --preset bench

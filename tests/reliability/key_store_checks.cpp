@@ -3,13 +3,6 @@
 
 #include <stdlib.h>
 
-#include "HevoFileUtils.h"
-#include "temp_dir.h"
-
-namespace {
-const char kTemporaryPrefix[] = ".hevo-tmp-";
-}  // namespace
-
 KeyStoreAt::KeyStoreAt(const std::string& root) : dir_(root + "/zel_keystore") {
   // The key store reads the persistent-storage path once, when it is built.
   setenv("HEVO_PERSISTENT_STORAGE", root.c_str(), 1);
@@ -17,44 +10,16 @@ KeyStoreAt::KeyStoreAt(const std::string& root) : dir_(root + "/zel_keystore") {
   unsetenv("HEVO_PERSISTENT_STORAGE");
 }
 
-bool KeyStoreAt::StoreSample(const std::string& name, SampleVersion version) {
-  TZelKeyChain chain(name);
+bool KeyStoreAt::StoreSample(SampleVersion version) {
+  TZelKeyChain chain("dev");
   FillKeyChain(chain, SampleItems(version));
   return store_->StoreKeyChain(chain);
 }
 
-std::map<std::string, std::string> KeyStoreAt::HeldVersions(const std::string& name) {
-  const ItemBytes old_items = SampleItems(SampleVersion::kOld);
-  const ItemBytes new_items = SampleItems(SampleVersion::kNew);
-  TZelKeyChain chain(name);
+std::map<std::string, std::string> KeyStoreAt::HeldVersions() {
+  TZelKeyChain chain("dev");
   store_->LoadKeyChain(chain);
-  std::map<std::string, std::string> held;
-  for (const auto& item : old_items) held[item.first] = "missing";
-  for (const auto& item : ItemsOf(chain)) {
-    const auto old_item = old_items.find(item.first);
-    const auto new_item = new_items.find(item.first);
-    if (old_item != old_items.end() && item.second == old_item->second)
-      held[item.first] = "old";
-    else if (new_item != new_items.end() && item.second == new_item->second)
-      held[item.first] = "new";
-    else
-      held[item.first] = "other";
-  }
-  return held;
-}
-
-std::set<std::string> KeyStoreAt::Temporaries() const {
-  std::set<std::string> temporaries;
-  for (const std::string& name : ListDir(dir_))
-    if (name.compare(0, sizeof kTemporaryPrefix - 1, kTemporaryPrefix) == 0)
-      temporaries.insert(name);
-  return temporaries;
-}
-
-std::set<std::string> KeyStoreAt::Listed() const {
-  std::set<std::string> names;
-  HevoFileUtils::GetFiles(dir_, names);
-  return names;
+  return VersionsIn(ItemsOf(chain));
 }
 
 std::map<std::string, std::string> AllItems(const std::string& version) {
@@ -63,29 +28,17 @@ std::map<std::string, std::string> AllItems(const std::string& version) {
   return all;
 }
 
-std::set<std::string> SampleFileNames(const std::string& name) {
-  std::set<std::string> names;
-  for (const auto& item : SampleItems(SampleVersion::kOld)) names.insert(name + item.first);
-  return names;
-}
-
-LogRecord StoreErrorLine(const std::string& id) {
-  return {2, "[TZelKeyStore] Can't encrypt/store keychain data for '%s'.",
-          "[TZelKeyStore] Can't encrypt/store keychain data for '" + id + "'."};
-}
-
-LogRecord RemoveErrorLine(const std::string& id) {
-  return {2, "[TZelKeyStore] Can't remove keychain data for '%s'.",
-          "[TZelKeyStore] Can't remove keychain data for '" + id + "'."};
-}
-
-void PrintTo(const LogRecord& record, std::ostream* out) {
-  *out << "{" << record.level << ", \"" << record.text << "\"}";
-}
-
-std::vector<LogRecord> ErrorRecords() {
-  std::vector<LogRecord> errors;
+std::vector<std::string> ErrorLines() {
+  std::vector<std::string> errors;
   for (const LogRecord& record : TakeLogRecords())
-    if (record.level <= 2) errors.push_back(record);
+    if (record.level <= 2) errors.push_back(record.text);
   return errors;
+}
+
+std::vector<std::string> ErrorLinesFor(const std::string& format) {
+  std::vector<std::string> lines;
+  const std::string::size_type at = format.find("%s");
+  for (const auto& item : SampleItems(SampleVersion::kOld))
+    lines.push_back(format.substr(0, at) + item.first + format.substr(at + 2));
+  return lines;
 }

@@ -43,3 +43,17 @@ ItemBytes ItemsOf(const TZelKeyChain& chain) {
                              item.second.GetContainer().end());
   return items;
 }
+
+std::map<std::string, std::string> VersionsIn(const ItemBytes& held) {
+  const ItemBytes old_items = SampleItems(SampleVersion::kOld);
+  const ItemBytes new_items = SampleItems(SampleVersion::kNew);
+  std::map<std::string, std::string> versions;
+  for (const auto& item : old_items) {
+    const auto found = held.find(item.first);
+    versions[item.first] = found == held.end()                       ? "missing"
+                           : found->second == item.second             ? "old"
+                           : found->second == new_items.at(item.first) ? "new"
+                                                                      : "other";
+  }
+  return versions;
+}

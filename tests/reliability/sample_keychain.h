@@ -33,4 +33,8 @@ void FillKeyChain(TZelKeyChain& chain, const ItemBytes& items);
 // ItemsOf returns the items that |chain| holds.
 ItemBytes ItemsOf(const TZelKeyChain& chain);
 
+// VersionsIn tells, per item id of the sample, which version |held| has of
+// it: "old", "new", "other" (bytes of neither: torn or mixed) or "missing".
+std::map<std::string, std::string> VersionsIn(const ItemBytes& held);
+
 #endif  // ZEL_TESTS_RELIABILITY_SAMPLE_KEYCHAIN_H

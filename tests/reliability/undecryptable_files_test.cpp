@@ -1,11 +1,12 @@
 // Item files that do not decrypt, at each place among a keychain's files.
 //
 // A file that the cipher refuses (empty, not whole blocks, a pad byte of 0
-// or above 16) throws out of LoadKeyChain: the files sorted before it have
-// been added to the keychain, the ones after it have not, and nothing is
-// logged. A file whose plaintext is empty is logged and skipped. A file of
-// random bytes whose last byte happens to unpad loads as an item of
-// garbage: the item file carries no integrity check.
+// or above 16) throws its "ASSERTION FAILED: " message out of LoadKeyChain:
+// the files sorted before it have been added to the keychain, the ones
+// after it have not, and nothing is logged. A file whose plaintext is empty
+// is logged and skipped. A file of random bytes whose last byte happens to
+// unpad loads as an item of garbage: the item file carries no integrity
+// check.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -36,89 +37,59 @@ Decryption Decrypt(const std::string& file) {
   return result;
 }
 
-// RandomFileWhere returns the first of a fixed sequence of random
-// |size|-byte files whose decryption passes |wanted|.
-template <typename Wanted>
-std::string RandomFileWhere(size_t size, Wanted wanted) {
+// RandomFile returns the first of a fixed sequence of random |size|-byte
+// files whose decryption throws |thrown| ("" for none) and reports |ok|.
+std::string RandomFile(size_t size, const std::string& thrown, bool ok) {
   std::mt19937 random(77);
   for (int tries = 0; tries < 100000; ++tries) {
     std::string file(size, '\0');
     for (char& byte : file) byte = static_cast<char>(random());
-    if (wanted(Decrypt(file))) return file;
+    const Decryption d = Decrypt(file);
+    if (d.thrown == thrown && d.ok == ok) return file;
   }
   ADD_FAILURE() << "no random file of " << size << " bytes decrypts as wanted";
   return std::string();
 }
 
-bool Throws(const Decryption& d, const std::string& message) { return d.thrown == message; }
-
-struct BadFile {
-  const char* what;
-  std::string bytes;
-};
-
-std::vector<BadFile> BadFiles() {
-  return {
-      {"empty", ""},
-      {"15 bytes", std::string(15, 'x')},
-      {"40 bytes", std::string(40, 'x')},
-      {"a pad byte of 0", RandomFileWhere(32, [](const Decryption& d) {
-         return Throws(d, "ASSERTION FAILED: (size_t)c > 0");
-       })},
-      {"a pad byte above 16", RandomFileWhere(32, [](const Decryption& d) {
-         return Throws(d, "ASSERTION FAILED: (size_t)c <= AES_BLOCK_SIZE");
-       })},
-      {"one block of padding only",
-       RandomFileWhere(16, [](const Decryption& d) { return d.thrown.empty() && !d.ok; })},
-      {"random bytes that unpad",
-       RandomFileWhere(48, [](const Decryption& d) { return d.thrown.empty() && d.ok; })},
-  };
-}
-
 TEST(UndecryptableFiles, ThrowOrAreSkippedOrLoadAsGarbage) {
   TempDir root;
   KeyStoreAt keys(root.path());
-  ASSERT_TRUE(keys.StoreSample("dev", SampleVersion::kOld));
+  ASSERT_TRUE(keys.StoreSample(SampleVersion::kOld));
   const ItemBytes good = SampleItems(SampleVersion::kOld);
-  // Ids that sort before every item, between two, and after every item.
-  const std::string bad_ids[] = {".0.enc", ".d.enc", ".z.enc"};
-
-  for (const BadFile& bad : BadFiles()) {
-    const Decryption decrypted = Decrypt(bad.bytes);
-    for (const std::string& bad_id : bad_ids) {
-      SCOPED_TRACE(std::string(bad.what) + " as item " + bad_id);
+  const std::string bad_files[] = {
+      "", std::string(15, 'x'), std::string(40, 'x'),
+      RandomFile(32, "ASSERTION FAILED: (size_t)c > 0", false),
+      RandomFile(32, "ASSERTION FAILED: (size_t)c <= AES_BLOCK_SIZE", false),
+      RandomFile(16, "", false),  // one block of padding only
+      RandomFile(48, "", true),   // random bytes that unpad
+  };
+  for (const std::string& bad : bad_files) {
+    const Decryption decrypted = Decrypt(bad);
+    // Ids that sort before every item, between two, and after every item.
+    for (const std::string bad_id : {".0.enc", ".d.enc", ".z.enc"}) {
+      SCOPED_TRACE(std::to_string(bad.size()) + " bytes (" + decrypted.thrown + ") as " + bad_id);
       const std::string path = keys.dir() + "/dev" + bad_id;
-      WriteFile(path, bad.bytes);
+      WriteFile(path, bad);
       TZelKeyChain chain("dev");
       TakeLogRecords();
-
-      ItemBytes expected;
-      if (!decrypted.thrown.empty()) {
-        std::string thrown = "<no exception>";
-        try {
-          keys.store().LoadKeyChain(chain);
-        } catch (const char* message) {
-          thrown = message;
-        }
-        EXPECT_EQ(thrown, decrypted.thrown);
-        for (const auto& item : good)
-          if (item.first < bad_id) expected.insert(item);
-        EXPECT_EQ(ErrorRecords(), std::vector<LogRecord>());
-      } else {
+      std::string thrown;
+      try {
         EXPECT_TRUE(keys.store().LoadKeyChain(chain));
-        expected = good;
-        if (decrypted.ok) {
-          expected[bad_id] = decrypted.plaintext;
-          EXPECT_EQ(ErrorRecords(), std::vector<LogRecord>());
-        } else {
-          EXPECT_EQ(ErrorRecords(),
-                    (std::vector<LogRecord>{
-                        {2, "[TZelKeyStore] Can't load/decrypt keychain data from '%s'.",
-                         "[TZelKeyStore] Can't load/decrypt keychain data from '" + path +
-                             "'."}}));
-        }
+      } catch (const char* message) {
+        thrown = message;
       }
+      EXPECT_EQ(thrown, decrypted.thrown);
+
+      ItemBytes expected = good;
+      std::vector<std::string> errors;
+      if (!thrown.empty())
+        expected.erase(expected.upper_bound(bad_id), expected.end());
+      else if (decrypted.ok)
+        expected[bad_id] = decrypted.plaintext;
+      else
+        errors.push_back("[TZelKeyStore] Can't load/decrypt keychain data from '" + path + "'.");
       EXPECT_EQ(ItemsOf(chain), expected);
+      EXPECT_EQ(ErrorLines(), errors);
       unlink(path.c_str());
     }
   }
