@@ -173,19 +173,4 @@ TEST(KeyStoreDirectory, WithoutDeviceInformationUsesTheRelativeDefault) {
   EXPECT_EQ(ListDir(cwd / "zel_keystore"), std::set<std::string>{"r.x"});
 }
 
-TEST(KeyStoreDirectory, PathsAreNotNormalisedAndAFailedListingChangesNothing) {
-  TempDir root;
-  setenv("HEVO_PERSISTENT_STORAGE", (root.path() + "/").c_str(), 1);
-  TZelKeyStore store;
-  unsetenv("HEVO_PERSISTENT_STORAGE");
-  TakeLogRecords();
-  store.StoreKeyChain(TZelKeyChain("n"));
-  EXPECT_THAT(TakeLogRecords().at(0).text, ::testing::HasSubstr(root.path() + "//zel_keystore/n'"));
-  TZelKeyChain held = Chain("n", {{".held", "h"}});
-  rmdir((root / "zel_keystore").c_str());
-  TakeLogRecords();
-  EXPECT_TRUE(store.LoadKeyChain(held));
-  EXPECT_TRUE(TakeLogRecords().empty());
-}
-
 }  // namespace

@@ -1,20 +1,13 @@
-// The stand-ins for the maker's base and logging libraries: blob text
-// form, device information, file storage, file utilities, the default
-// logger.
+// The stand-ins for the maker's base library, where the key store relies
+// on them: blob text form, file storage, directory listings, base names.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 #include "HevoFileUtils.h"
 #include "THevoBlob.h"
-#include "THevoDeviceInfo.h"
 #include "temp_dir.h"
-#include "zelLogging.h"
 
 namespace {
 
@@ -28,18 +21,6 @@ TEST(Blob, ToStringIsOneLine) {
       {"-----BEGIN KEY-----\nAbC=\n", "-----BEGIN KEY-----\\nAbC=\\n"},
       {std::string("\\\t\r\0\x7f\x80\xff", 7), "\\\\\\t\\r\\x00\\x7f\\x80\\xff"}};
   for (const auto& c : cases) EXPECT_EQ(THevoBlob(c.first).ToString(), c.second);
-}
-
-TEST(DeviceInfo, PersistentStorageComesFromTheEnvironment) {
-  THevoDeviceInfo& info = THevoDeviceInfo::GetInstance();
-  const std::pair<const char*, bool> cases[] = {{"/data/persist", true}, {"", false}, {nullptr, false}};
-  for (const auto& c : cases) {
-    if (c.first) setenv("HEVO_PERSISTENT_STORAGE", c.first, 1);
-    else unsetenv("HEVO_PERSISTENT_STORAGE");
-    std::string value = "before";
-    EXPECT_EQ(info.GetInfo(THevoDeviceInfo::PERSISTENT_STORAGE, value), c.second);
-    EXPECT_EQ(value, c.second ? c.first : "before");
-  }
 }
 
 TEST(FileStore, StoreThenLoadGivesTheBytesBackWithMode0600) {
@@ -98,36 +79,6 @@ TEST(FileUtils, GetFilesListsRegularFilesButNoTemporaries) {
   EXPECT_EQ(names, (std::set<std::string>{".crt.enc", "a.key.enc", "kept"}));
   EXPECT_FALSE(HevoFileUtils::GetFiles(dir / "missing", names));
   EXPECT_EQ(names.size(), 3u);
-}
-
-TEST(FileUtils, CreateDirectoryRecursiveExistsAndRemove) {
-  TempDir dir;
-  const std::string deep = dir / "one/two";
-  EXPECT_FALSE(HevoFileUtils::Exists(deep));
-  EXPECT_TRUE(HevoFileUtils::CreateDirectoryRecursive(deep, 0755));
-  EXPECT_TRUE(HevoFileUtils::CreateDirectoryRecursive(deep, 0755));  // again
-  EXPECT_TRUE(HevoFileUtils::Exists(deep));
-  WriteFile(dir / "file", "x");
-  EXPECT_FALSE(HevoFileUtils::CreateDirectoryRecursive(dir / "file/sub", 0755));
-  EXPECT_TRUE(HevoFileUtils::Remove(dir / "file"));
-  EXPECT_FALSE(HevoFileUtils::Remove(dir / "file"));
-}
-
-// The default logger writes errors, and traces only when ZEL_LOG_LEVEL asks
-// (the test runs once with the default threshold and once with 6).
-TEST(DefaultLogger, ShowsErrorsAndTracesOnlyWhenAsked) {
-  TempDir dir;
-  const int saved = dup(STDERR_FILENO);
-  std::FILE* file = std::fopen((dir / "stderr").c_str(), "w");
-  dup2(fileno(file), STDERR_FILENO);
-  zelLogging_log(2, "[Tag] Can't do '%s'.", "this");
-  zelLogging_log(6, "[%s:%d][%s]: trace %s", "file.cpp", 7, "Fn", "on");
-  dup2(saved, STDERR_FILENO);
-  close(saved);
-  std::fclose(file);
-  const char* level = std::getenv("ZEL_LOG_LEVEL");
-  EXPECT_EQ(ReadFile(dir / "stderr"), std::string("<2> [Tag] Can't do 'this'.\n") +
-                                          (level && atoi(level) >= 6 ? "<6> [file.cpp:7][Fn]: trace on\n" : ""));
 }
 
 }  // namespace
