@@ -5,12 +5,15 @@
 set -euo pipefail
 
 packages_example=(cmake make g++ pkg-config)
-# Tests: GoogleTest sources (built per target), the 32-bit toolchain, OpenSSL
-# as the tests' oracle, Google Benchmark, clang for the fuzz target, strace
-# and python3 for the crash-consistency driver, e2fsprogs for the power-cut
-# image.
-packages_all=("${packages_example[@]}" googletest g++-multilib libssl-dev
-  libbenchmark-dev clang libclang-rt-dev strace python3 e2fsprogs util-linux)
+# Tests: GoogleTest and GoogleMock sources (built per target), nlohmann-json
+# for the vector files, the 32-bit toolchain and qemu-user (runs the i386
+# tests where the kernel cannot run 32-bit programs), OpenSSL for the
+# benchmarks' baseline, Google Benchmark, clang for the fuzz target, strace
+# and python3 for the crash-consistency driver, util-linux for the mounts of
+# the reliability tests.
+packages_all=("${packages_example[@]}" googletest nlohmann-json3-dev g++-multilib
+  qemu-user libssl-dev libbenchmark-dev clang libclang-rt-dev strace python3
+  util-linux)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;

@@ -2,7 +2,9 @@
 # test-all.sh: builds the library and runs every test, as CI does:
 #   - x86_64, warnings as errors, with the white-box core and with the
 #     reference core
-#   - i386 (-m32), the device's target
+#   - i386, the device's target, as a cross build: its build-time programs
+#     are built for this host, and its tests run natively or, where this
+#     host cannot run 32-bit programs, through qemu-user
 #   - x86_64 with AddressSanitizer and UndefinedBehaviorSanitizer
 #   - a consumer built against the installed tree (CMake package and
 #     pkg-config)

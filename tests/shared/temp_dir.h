@@ -1,13 +1,13 @@
 // temp_dir.h: helpers for tests that touch the file system.
-#ifndef ZEL_TESTS_TEMP_DIR_H
-#define ZEL_TESTS_TEMP_DIR_H
+#ifndef ZEL_TESTS_SHARED_TEMP_DIR_H
+#define ZEL_TESTS_SHARED_TEMP_DIR_H
 
+#include <filesystem>
 #include <set>
 #include <string>
-#include <vector>
 
-// TempDir creates a fresh directory under $TMPDIR (or /tmp) and removes it
-// with everything in it when it goes out of scope.
+// TempDir creates a fresh directory under the system's temporary directory
+// and removes it with everything in it when it goes out of scope.
 class TempDir {
  public:
   TempDir();
@@ -16,21 +16,19 @@ class TempDir {
   TempDir& operator=(const TempDir&) = delete;
 
   const std::string& path() const { return path_; }
-  std::string operator/(const std::string& name) const {
-    return path_ + "/" + name;
-  }
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
  private:
   std::string path_;
 };
 
-// ReadFile returns the file's bytes as a string ("<missing>" if unreadable).
+// ReadFile returns the file's bytes ("<missing>" if unreadable).
 std::string ReadFile(const std::string& path);
 // WriteFile creates or truncates the file with |bytes|.
 void WriteFile(const std::string& path, const std::string& bytes);
-// ListDir returns every name in |dir| except "." and "..".
+// ListDir returns every name in |dir| (none if it cannot be listed).
 std::set<std::string> ListDir(const std::string& dir);
-// FileMode returns the permission bits of |path|.
+// FileMode returns the permission bits of |path|, 0 if it is missing.
 unsigned FileMode(const std::string& path);
 
 // ReadOnlyBind makes |dir| read-only by bind-mounting it read-only onto
@@ -49,4 +47,4 @@ class ReadOnlyBind {
   bool mounted_ = false;
 };
 
-#endif  // ZEL_TESTS_TEMP_DIR_H
+#endif  // ZEL_TESTS_SHARED_TEMP_DIR_H

@@ -1,8 +1,8 @@
 // log_capture.h: records what the library logs, by defining zelLogging_log
 // in the test program (it takes the place of the logging library's own
 // definition for the whole process).
-#ifndef ZEL_TESTS_LOG_CAPTURE_H
-#define ZEL_TESTS_LOG_CAPTURE_H
+#ifndef ZEL_TESTS_SHARED_LOG_CAPTURE_H
+#define ZEL_TESTS_SHARED_LOG_CAPTURE_H
 
 #include <string>
 #include <vector>
@@ -22,4 +22,4 @@ struct LogRecord {
 // them.
 std::vector<LogRecord> TakeLogRecords();
 
-#endif  // ZEL_TESTS_LOG_CAPTURE_H
+#endif  // ZEL_TESTS_SHARED_LOG_CAPTURE_H

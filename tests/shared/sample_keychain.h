@@ -1,9 +1,9 @@
 // sample_keychain.h: the keychain that the reliability tests store, break
-// and load again: the four standard items at realistic sizes, in an old and
+// and load again, and that the key-store benchmark stores: the four standard items at realistic sizes, in an old and
 // a new version whose bytes differ everywhere, so that each item file can be
 // told to hold the one or the other.
-#ifndef ZEL_TESTS_RELIABILITY_SAMPLE_KEYCHAIN_H
-#define ZEL_TESTS_RELIABILITY_SAMPLE_KEYCHAIN_H
+#ifndef ZEL_TESTS_SHARED_SAMPLE_KEYCHAIN_H
+#define ZEL_TESTS_SHARED_SAMPLE_KEYCHAIN_H
 
 #include <cstddef>
 #include <map>
@@ -37,4 +37,4 @@ ItemBytes ItemsOf(const TZelKeyChain& chain);
 // it: "old", "new", "other" (bytes of neither: torn or mixed) or "missing".
 std::map<std::string, std::string> VersionsIn(const ItemBytes& held);
 
-#endif  // ZEL_TESTS_RELIABILITY_SAMPLE_KEYCHAIN_H
+#endif  // ZEL_TESTS_SHARED_SAMPLE_KEYCHAIN_H
