@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <atomic>
 #include <memory>
 
@@ -21,12 +22,17 @@ struct DirCloser {
   void operator()(DIR* dir) const { closedir(dir); }
 };
 
-// SameFile tells whether |name| in |dir_fd| still is the file open as |fd|.
-bool SameFile(int dir_fd, const char* name, int fd) {
+// Identity of |name| in |dir_fd| against the file open as |fd|.
+enum class NameIs { kThatFile, kGoneOrOther, kUnknown };
+
+NameIs CompareName(int dir_fd, const char* name, int fd) {
   struct stat by_name, by_fd;
-  return fstatat(dir_fd, name, &by_name, AT_SYMLINK_NOFOLLOW) == 0 &&
-         fstat(fd, &by_fd) == 0 && by_name.st_dev == by_fd.st_dev &&
-         by_name.st_ino == by_fd.st_ino;
+  if (fstatat(dir_fd, name, &by_name, AT_SYMLINK_NOFOLLOW) != 0)
+    return errno == ENOENT ? NameIs::kGoneOrOther : NameIs::kUnknown;
+  if (fstat(fd, &by_fd) != 0) return NameIs::kUnknown;
+  return by_name.st_dev == by_fd.st_dev && by_name.st_ino == by_fd.st_ino
+             ? NameIs::kThatFile
+             : NameIs::kGoneOrOther;
 }
 
 }  // namespace
@@ -45,9 +51,20 @@ int CreateLocked(int dir_fd, std::string& name) {
                                    O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
                                    0600));
     if (!file.IsOpen()) return -1;
-    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0 ||
-        !SameFile(dir_fd, name.c_str(), file.Get()))
-      continue;  // taken for abandoned: the remover unlinks it
+    // Losing the lock, or the name, to a concurrent RemoveAbandoned that
+    // caught the file before it was locked means another round: the remover
+    // unlinks it. Any other failure gives up, and removes what was created.
+    if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno == EWOULDBLOCK) continue;
+      unlinkat(dir_fd, name.c_str(), 0);
+      return -1;
+    }
+    const NameIs state = CompareName(dir_fd, name.c_str(), file.Get());
+    if (state == NameIs::kGoneOrOther) continue;
+    if (state == NameIs::kUnknown) {
+      unlinkat(dir_fd, name.c_str(), 0);
+      return -1;
+    }
     if (fchmod(file.Get(), 0600) != 0) {
       unlinkat(dir_fd, name.c_str(), 0);
       return -1;
@@ -75,7 +92,7 @@ void RemoveAbandoned(int dir_fd) {
     // Locked by us, it is abandoned; still under its name, it is the file
     // we locked (its writer may have renamed it and finished meanwhile).
     if (file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 &&
-        SameFile(dir_fd, entry->d_name, file.Get()))
+        CompareName(dir_fd, entry->d_name, file.Get()) == NameIs::kThatFile)
       unlinkat(dir_fd, entry->d_name, 0);
   }
 }

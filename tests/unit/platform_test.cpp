@@ -1,8 +1,9 @@
 // The stand-ins for the maker's base library, where the key store relies
 // on them: blob text form, file storage, directory listings, base names.
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "HevoFileUtils.h"
@@ -51,15 +52,15 @@ TEST(FileStore, FailuresReturnFalseAndChangeNothing) {
   EXPECT_EQ(ReadFile(dir / "file"), "in the way");
 }
 
-TEST(FileStore, AbandonedTemporaryOfADeadProcessIsRemoved) {
+TEST(FileStore, AbandonedTemporaryIsRemovedLockedOneKept) {
   TempDir dir;
-  const pid_t child = fork();  // a process id that is certainly gone
-  if (child == 0) _exit(0);
-  waitpid(child, nullptr, 0);
-  WriteFile(dir / (".hevo-tmp-" + std::to_string(child) + "-0"), "torn");
-  const std::string live = ".hevo-tmp-" + std::to_string(getppid()) + "-0";
+  WriteFile(dir / ".hevo-tmp-1-0", "torn");  // nobody holds its lock
+  const std::string live = ".hevo-tmp-2-0";
   WriteFile(dir / live, "still being written");
+  const int writer = open((dir / live).c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(writer, LOCK_EX), 0);
   ASSERT_TRUE(THevoBlob(std::string("x")).Store(dir / "item.enc"));
+  close(writer);
   EXPECT_EQ(ListDir(dir.path()), (std::set<std::string>{live, "item.enc"}));
 }
 
