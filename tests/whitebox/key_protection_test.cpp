@@ -39,23 +39,6 @@ TEST(KeyProtection, MapsDifferByPositionKeySizeAndSeed) {
   EXPECT_NE(std::memcmp(a128, b128, 16), 0);
 }
 
-TEST(ByteEncodings, AreBijectionsWithoutSingleBitCorrelation) {
-  zel_wbgen::ChaCha20Stream stream(kSeedA,
-                                   zel_wbgen::StreamPurpose::kEncryptorCore);
-  for (int n = 0; n < 8; ++n) {
-    const zel_wbgen::ByteMap map = zel_wbgen::random_encoding(stream);
-    EXPECT_EQ(std::set<uint8_t>(map.begin(), map.end()).size(), 256u);
-    EXPECT_TRUE(zel_wbgen::single_bit_correlation_free(map));
-    unsigned fixed = 0;
-    for (unsigned x = 0; x < 256; ++x) fixed += map[x] == x;
-    EXPECT_LT(fixed, 16u);
-  }
-  // The check itself: the identity and the S-box's multiplication by 2 are
-  // correlated bit by bit.
-  EXPECT_FALSE(zel_wbgen::single_bit_correlation_free(zel_wbgen::multiply_map(1)));
-  EXPECT_FALSE(zel_wbgen::single_bit_correlation_free(zel_wbgen::multiply_map(2)));
-}
-
 // The stream is ChaCha20 (RFC 8439) keyed by the seed, counter 0, nonce =
 // purpose, "zel", "wb" (little-endian words). The expected words were
 // computed with an independent ChaCha20 implementation (Python's

@@ -91,7 +91,7 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
   w.append("extern const KeyTables enc_key_tables = " + keys + ";\n");
   w.append("extern const ForwardTables enc_forward_tables = " + fwd + ";\n\n");
   w.append("}  // namespace zel_whitebox\n\nnamespace wb_enc {\n");
-  w.append("alignas(64) const uint8_t wb_input_encoding[256] = " +
+  w.append("alignas(64) const uint8_t wb_input_encoding[256] ZEL_WB_TABLE = " +
            SourceWriter::byte_list(Bytes(white.begin(), white.end())) +
            ";\n}  // namespace wb_enc\n");
   ok = w.write_file(path) && ok;
@@ -126,7 +126,7 @@ uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
   w.append("extern const InverseTables dec_inverse_tables = " + inv +
            ";\n\n}  // namespace zel_whitebox\n\nnamespace wb_dec {\n");
   const ByteMap decoding = inverse_of(yellow);
-  w.append("alignas(64) const uint8_t wb_output_decoding[256] = " +
+  w.append("alignas(64) const uint8_t wb_output_decoding[256] ZEL_WB_TABLE = " +
            SourceWriter::byte_list(Bytes(decoding.begin(), decoding.end())) +
            ";\n}  // namespace wb_dec\n");
   ok = w.write_file(path) && ok;

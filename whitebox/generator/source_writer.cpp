@@ -25,7 +25,7 @@ std::string SourceWriter::byte_list(const std::vector<uint8_t>& data) {
 std::string SourceWriter::add_bytes(const std::string& name,
                                     const std::vector<uint8_t>& data) {
   out_ << "alignas(64) const uint8_t " << name << '[' << data.size()
-       << "] = " << byte_list(data) << ";\n\n";
+       << "] ZEL_WB_TABLE = " << byte_list(data) << ";\n\n";
   table_bytes_ += data.size();
   return name;
 }
@@ -33,7 +33,7 @@ std::string SourceWriter::add_bytes(const std::string& name,
 std::string SourceWriter::add_words(const std::string& name,
                                     const std::vector<uint32_t>& data) {
   out_ << "alignas(64) const uint32_t " << name << '[' << data.size()
-       << "] = {";
+       << "] ZEL_WB_TABLE = {";
   for (std::size_t i = 0; i < data.size(); ++i) {
     out_ << ((i % 8 == 0) ? "\n    " : "") << data[i] << "u,";
   }

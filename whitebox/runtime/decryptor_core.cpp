@@ -15,6 +15,7 @@
 #include "forward_engine.h"
 #include "inverse_engine.h"
 #include "key_schedule.h"
+#include "key_reuse.h"
 #include "keyed_tables.h"
 #include "wb_core.h"
 #include "wb_tables.h"
@@ -33,6 +34,8 @@ struct DecryptorWork : WbCoreWork {
   zel_whitebox::KeyedTables inverse;
   zel_whitebox::KeyedTables forward;
   uint8_t chain[16];
+  uint8_t held_key[32];  // the protected key the keyed tables were built
+                         // from; state.aux is its length (0: none)
 };
 
 DecryptorWork& work_of(WbCoreState& state) {
@@ -42,6 +45,10 @@ DecryptorWork& work_of(WbCoreState& state) {
 void key_setup(WbCoreState& state, const uint8_t* protected_key,
                unsigned key_len, const uint8_t* iv) {
   DecryptorWork& work = work_of(state);
+  std::memcpy(work.chain, iv, 16);
+  if (zel_whitebox::holds_key(state.aux, work.held_key, protected_key,
+                              key_len))
+    return;
   const unsigned rounds = key_len / 4 + 6;
   zel_whitebox::RoundKeys keys;
   zel_whitebox::expand_protected_key(dec_key_tables, protected_key, key_len,
@@ -51,7 +58,8 @@ void key_setup(WbCoreState& state, const uint8_t* protected_key,
   zel_whitebox::build_forward_tables(dec_forward_tables, keys, rounds,
                                      work.forward);
   zel_ref::secure_wipe(&keys, sizeof keys);
-  std::memcpy(work.chain, iv, 16);
+  std::memcpy(work.held_key, protected_key, key_len);
+  state.aux = key_len;
 }
 
 void cbc_decrypt(WbCoreState& state, unsigned rounds, const uint8_t* form,

@@ -11,6 +11,7 @@
 #include "aes_reference.h"
 #include "forward_engine.h"
 #include "key_schedule.h"
+#include "key_reuse.h"
 #include "keyed_tables.h"
 #include "wb_core.h"
 #include "wb_tables.h"
@@ -28,6 +29,8 @@ constexpr uint8_t kKeyOnlyInitialValue[16] = {0};
 struct EncryptorWork : WbCoreWork {
   zel_whitebox::KeyedTables keyed;
   uint8_t chain[16];
+  uint8_t held_key[32];  // the protected key the keyed tables were built
+                         // from; state.aux is its length (0: none)
 };
 
 EncryptorWork& work_of(WbCoreState& state) {
@@ -37,13 +40,18 @@ EncryptorWork& work_of(WbCoreState& state) {
 void key_setup(WbCoreState& state, const uint8_t* protected_key,
                unsigned key_len, const uint8_t* iv) {
   EncryptorWork& work = work_of(state);
+  std::memcpy(work.chain, iv, 16);
+  if (zel_whitebox::holds_key(state.aux, work.held_key, protected_key,
+                              key_len))
+    return;
   zel_whitebox::RoundKeys keys;
   zel_whitebox::expand_protected_key(enc_key_tables, protected_key, key_len,
                                      keys);
   zel_whitebox::build_forward_tables(enc_forward_tables, keys,
                                      key_len / 4 + 6, work.keyed);
   zel_ref::secure_wipe(&keys, sizeof keys);
-  std::memcpy(work.chain, iv, 16);
+  std::memcpy(work.held_key, protected_key, key_len);
+  state.aux = key_len;
 }
 
 void cbc_encrypt(WbCoreState& state, unsigned rounds,

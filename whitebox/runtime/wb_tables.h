@@ -28,6 +28,11 @@
 
 #include <cstdint>
 
+// ZEL_WB_TABLE places a generated array in the ELF section zel_wb_tables,
+// so that a program linking the core finds all generated tables between
+// __start_zel_wb_tables and __stop_zel_wb_tables (the audit tool does).
+#define ZEL_WB_TABLE __attribute__((section("zel_wb_tables")))
+
 namespace zel_whitebox {
 
 constexpr unsigned kMaxRounds = 14;     // AES-256
