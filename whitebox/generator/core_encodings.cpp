@@ -15,15 +15,18 @@ DirectionEncodings draw_direction(ChaCha20Stream& stream,
                                   bool inverse) {
   DirectionEncodings enc;
   enc.inverse = inverse;
-  enc.entry = random_encoding(stream);
+  enc.entry = random_nibble_encoding(stream);
   for (unsigned d = 0; d < 4; ++d)
     enc.term[d] = compose(random_encoding(stream),
                           inverse_of(multiply_map(coefficients[d])));
   enc.half_a = random_encoding(stream);
   enc.half_b = random_encoding(stream);
   enc.sum = random_encoding(stream);
-  enc.sbox_in = random_encoding(stream);
-  enc.sbox_out = random_encoding(stream);
+  enc.sbox_in = random_nibble_encoding(stream);
+  enc.sbox_out = random_nibble_encoding(stream);
+  enc.out = random_nibble_encoding(stream);
+  for (ByteMap& position : enc.out_position)
+    position = random_nibble_encoding(stream);
   for (auto& layer : enc.layer)
     for (ByteMap& position : layer) position = random_encoding(stream);
   for (auto& layer : enc.term_mask)

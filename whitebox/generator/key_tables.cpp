@@ -26,13 +26,10 @@ KeyTableSet build_key_tables(const ByteMap& key_form,
   KeyTableSet set;
   set.unprotect_128 = unprotect_table(key_form, protect_128);
   set.unprotect_256 = unprotect_table(key_form, protect_256);
-  set.xor_.resize(256 * 256);
+  set.xor_ = nibble_xor_table(key_form, key_form, key_form);
   set.sbox.resize(256);
-  for (unsigned a = 0; a < 256; ++a) {
+  for (unsigned a = 0; a < 256; ++a)
     set.sbox[a] = key_form[zel_ref::aes_sbox(from_key[a])];
-    for (unsigned b = 0; b < 256; ++b)
-      set.xor_[a * 256 + b] = key_form[from_key[a] ^ from_key[b]];
-  }
   uint8_t rcon = 1;
   for (unsigned step = 0; step < 10; ++step) {
     set.rcon.push_back(key_form[rcon]);

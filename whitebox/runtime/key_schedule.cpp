@@ -1,7 +1,7 @@
 // key_schedule.cpp: see key_schedule.h.
 #include "key_schedule.h"
 
-#include "aes_reference.h"
+#include "wiped_buffer.h"
 
 namespace zel_whitebox {
 
@@ -10,7 +10,7 @@ void expand_protected_key(const KeyTables& tables,
                           RoundKeys& keys) {
   const uint8_t* unprotect =
       key_len == 16 ? tables.unprotect_128 : tables.unprotect_256;
-  const uint8_t* xor_ = tables.xor_;
+  const uint8_t* xor_ = tables.xor_;  // nibble XOR (wb_tables.h)
   const uint8_t* sbox = tables.sbox;
   uint8_t* w = keys.bytes;  // word n at w + 4n
   for (unsigned j = 0; j < key_len; ++j)
@@ -22,7 +22,7 @@ void expand_protected_key(const KeyTables& tables,
   for (unsigned n = nk; n < total_words; ++n) {
     const uint8_t* prev = w + 4 * (n - 1);
     if (n % nk == 0) {  // RotWord, SubWord, round constant
-      t[0] = xor_[sbox[prev[1]] * 256 + tables.rcon[n / nk - 1]];
+      t[0] = nibble_xor(xor_, sbox[prev[1]], tables.rcon[n / nk - 1]);
       t[1] = sbox[prev[2]];
       t[2] = sbox[prev[3]];
       t[3] = sbox[prev[0]];
@@ -32,9 +32,9 @@ void expand_protected_key(const KeyTables& tables,
       for (unsigned b = 0; b < 4; ++b) t[b] = prev[b];
     }
     for (unsigned b = 0; b < 4; ++b)
-      w[4 * n + b] = xor_[w[4 * (n - nk) + b] * 256 + t[b]];
+      w[4 * n + b] = nibble_xor(xor_, w[4 * (n - nk) + b], t[b]);
   }
-  zel_ref::secure_wipe(t, sizeof t);
+  zel_wb::wipe(t, sizeof t);
 }
 
 }  // namespace zel_whitebox
