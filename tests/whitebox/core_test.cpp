@@ -1,17 +1,24 @@
-// core_test.cpp: both white-box cores against the reference AES through
-// wb_core.h (key-only and key-and-IV setups, a chain continued over two
-// calls, key changes and the same key set up again, decryption to yellow
-// and to blue, re-encryption of blue), and the majority vote: one corrupted
-// byte anywhere in one copy's keyed tables leaves every output correct.
+// core_test.cpp: the white-box cores against the reference AES through the
+// wrappers' CBC steps (key-only and key-and-IV setups, a chain continued
+// over two calls, key changes and the same key set up again, decryption to
+// yellow and to blue, re-encryption of blue after decryption and back);
+// the majority vote: one corrupted byte anywhere in one copy's keyed
+// tables of either core leaves every output correct; zel-wb-generate run
+// again on the build's seed writes the build's sources byte for byte; and
+// zel-egsk wrap gives the form the key setups take, unwrap undoes it.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "PKIWB_decrypt.h"
+#include "PKIWB_encrypt.h"
 #include "aes_reference.h"
 #include "keyed_tables.h"
+#include "temp_dir.h"
 #include "test_keys.h"
 #include "wb_core.h"
 
@@ -26,16 +33,20 @@ Bytes random_bytes(size_t n) {
   return out;
 }
 
+Bytes map_bytes(Bytes in, const uint8_t* table) {
+  for (uint8_t& b : in) b = table[b];
+  return in;
+}
+
 Bytes reference_cbc(const Bytes& key, const Bytes& iv, const Bytes& in,
                     bool encrypt) {
   zel_ref::AesKeySchedule s;
   zel_ref::aes_expand_key(key.data(), static_cast<unsigned>(key.size()), s);
-  Bytes out(in.size()), chain(iv);
+  Bytes out(in.size()), chain(iv), block(16);
   for (size_t o = 0; o < in.size(); o += 16) {
-    uint8_t block[16];
     for (int i = 0; i < 16 && encrypt; ++i) block[i] = in[o + i] ^ chain[i];
-    if (encrypt) zel_ref::aes_encrypt_block(s, block, &out[o]);
-    if (!encrypt) zel_ref::aes_decrypt_block(s, &in[o], block);
+    if (encrypt) zel_ref::aes_encrypt_block(s, block.data(), &out[o]);
+    if (!encrypt) zel_ref::aes_decrypt_block(s, &in[o], block.data());
     for (int i = 0; i < 16 && !encrypt; ++i) out[o + i] = block[i] ^ chain[i];
     std::memcpy(chain.data(), encrypt ? &out[o] : &in[o], 16);
   }
@@ -43,131 +54,107 @@ Bytes reference_cbc(const Bytes& key, const Bytes& iv, const Bytes& in,
   return out;
 }
 
-// Core drives one state of either core; the working block mirrors the
-// cores' layout: the wrapper's fields, then the copies' keyed tables.
-template <typename State, typename Work>
-struct Core {
-  struct Layout : Work { zel_whitebox::KeyedCopies keyed; };
-  using Entry = void (*)(State&);
-  State state;
-  const Entry* setups;  // key-only 128, 256; key-and-IV 128, 256
-  Core(uint32_t size, const Entry* s)
-      : state{static_cast<Work*>(std::calloc(1, size)), 0}, setups(s) {}
-  ~Core() { std::free(state.work); }
-  void key_setup(const Bytes& raw, const Bytes* iv) {
-    const Bytes key = CoreKeyForm(raw);
-    Work& w = *state.work;
-    const bool big = key.size() == 32;
-    uint8_t* field = iv ? (big ? w.key_iv_setup_256.key : w.key_iv_setup_128.key)
-                        : (big ? w.key_setup_256.key : w.key_setup_128.key);
-    std::memcpy(field, key.data(), key.size());
-    if (iv) std::memcpy(field + key.size(), iv->data(), 16);
-    setups[(iv ? 2 : 0) + big](state);
-  }
-  Bytes run(zel_wb::WbCbcParams Work::*params, Entry entry, const Bytes& in) {
-    Bytes out(in.size());
-    (*state.work).*params = {in.data(), static_cast<uint32_t>(in.size()),
-                             out.data()};
-    entry(state);
-    return out;
-  }
-  uint8_t* copy_region(unsigned c) {
-    return reinterpret_cast<uint8_t*>(
-        &static_cast<Layout*>(state.work)->keyed.copy[c]);
-  }
-};
-
-const Core<wb_enc::WbCoreState, wb_enc::WbCoreWork>::Entry kEncSetups[] = {
-    wb_enc::wb_key_setup_128, wb_enc::wb_key_setup_256,
-    wb_enc::wb_key_iv_setup_128, wb_enc::wb_key_iv_setup_256};
-const Core<wb_dec::WbCoreState, wb_dec::WbCoreWork>::Entry kDecSetups[] = {
-    wb_dec::wb_key_setup_128, wb_dec::wb_key_setup_256,
-    wb_dec::wb_key_iv_setup_128, wb_dec::wb_key_iv_setup_256};
-
-struct Cores {
-  Core<wb_enc::WbCoreState, wb_enc::WbCoreWork> enc{wb_enc::wb_work_size,
-                                                    kEncSetups};
-  Core<wb_dec::WbCoreState, wb_dec::WbCoreWork> dec{wb_dec::wb_work_size,
-                                                    kDecSetups};
-  // check encrypts |plain| under |key| (no IV: the zero initial value),
-  // decrypts it to yellow and to blue and re-encrypts blue under |iv2|.
-  void check(const Bytes& key, const Bytes* iv, const Bytes& plain,
-             const Bytes& iv2) {
-    const bool big = key.size() == 32;
-    const Bytes zero(16, 0), white = encode(plain, wb_enc::wb_input_encoding);
-    const Bytes expected = reference_cbc(key, iv ? *iv : zero, plain, true);
-    enc.key_setup(key, iv);
-    auto e = big ? &wb_enc::WbCoreWork::cbc_encrypt_256 : &wb_enc::WbCoreWork::cbc_encrypt_128;
-    auto ee = big ? wb_enc::wb_cbc_encrypt_256 : wb_enc::wb_cbc_encrypt_128;
-    Bytes black = enc.run(e, ee, Bytes(white.begin(), white.begin() + 32));
-    const Bytes rest = enc.run(e, ee, Bytes(white.begin() + 32, white.end()));
-    black.insert(black.end(), rest.begin(), rest.end());
-    ASSERT_EQ(black, expected);
-    dec.key_setup(key, iv);
-    const Bytes yellow = dec.run(
-        big ? &wb_dec::WbCoreWork::cbc_decrypt_256 : &wb_dec::WbCoreWork::cbc_decrypt_128,
-        big ? wb_dec::wb_cbc_decrypt_256 : wb_dec::wb_cbc_decrypt_128, black);
-    EXPECT_EQ(encode(yellow, wb_dec::wb_output_decoding), plain);
-    dec.key_setup(key, iv);
-    const Bytes blue = dec.run(
-        big ? &wb_dec::WbCoreWork::cbc_decrypt_blue_256 : &wb_dec::WbCoreWork::cbc_decrypt_blue_128,
-        big ? wb_dec::wb_cbc_decrypt_blue_256 : wb_dec::wb_cbc_decrypt_blue_128, black);
-    EXPECT_EQ(blue, white);  // blue is the white form
-    dec.key_setup(key, &iv2);
-    EXPECT_EQ(dec.run(big ? &wb_dec::WbCoreWork::cbc_encrypt_blue_256 : &wb_dec::WbCoreWork::cbc_encrypt_blue_128,
-                      big ? wb_dec::wb_cbc_encrypt_blue_256 : wb_dec::wb_cbc_encrypt_blue_128, blue),
-              reference_cbc(key, iv2, plain, true));
-  }
-  static Bytes encode(const Bytes& in, const uint8_t* table) {
-    Bytes out;
-    for (uint8_t b : in) out.push_back(table[b]);
-    return out;
-  }
-};
-
 class CoreTest : public ::testing::TestWithParam<unsigned> {};
 INSTANTIATE_TEST_SUITE_P(KeySizes, CoreTest, ::testing::Values(16u, 32u));
 
 TEST_P(CoreTest, AgreesWithReferenceAcrossSetupsChainsKeyChangesAndReuse) {
-  Cores cores;
+  PKIWB_encrypt enc(GetParam());
+  PKIWB_decrypt dec(GetParam());
   const Bytes k1 = random_bytes(GetParam()), k2 = random_bytes(GetParam());
-  const Bytes iv = random_bytes(16), iv2 = random_bytes(16);
-  for (const Bytes* key : {&k1, &k1, &k2, &k1}) {
-    cores.check(*key, nullptr, random_bytes(80), iv2);
-    cores.check(*key, &iv, random_bytes(80), iv2);
-  }
-  // The other key size on the same states.
-  cores.check(random_bytes(48 - GetParam()), &iv, random_bytes(48), iv2);
+  const Bytes zero(16, 0), iv = random_bytes(16), iv2 = random_bytes(16);
+  for (const Bytes* raw : {&k1, &k1, &k2, &k1, &k1})
+    for (const Bytes* start : {&zero, &iv}) {
+      const Bytes key = CoreKeyForm(*raw), plain = random_bytes(80);
+      const Bytes white = map_bytes(plain, wb_enc::wb_input_encoding);
+      auto init = [&](auto& object) {
+        start == &zero ? object.aes_init(key.data())
+                       : object.aes_init(key.data(), start->data());
+      };
+      Bytes black(80), yellow(80), blue(80), again(80);
+      init(enc);
+      enc.wb_cbc_encrypt(white.data(), black.data(), 32);
+      enc.wb_cbc_encrypt(white.data() + 32, black.data() + 32, 48);
+      ASSERT_EQ(black, reference_cbc(*raw, *start, plain, true));
+      init(dec);
+      dec.wb_cbc_decrypt(black.data(), yellow.data(), 80);
+      EXPECT_EQ(map_bytes(yellow, wb_dec::wb_output_decoding), plain);
+      init(dec);
+      dec.wb_cbc_decrypt_for_recrypt(black.data(), blue.data(), 80);
+      EXPECT_EQ(blue, white);  // blue is the white form
+      dec.aes_init(key.data(), iv2.data());
+      dec.wb_cbc_encrypt(blue.data(), again.data(), 80);
+      EXPECT_EQ(again, reference_cbc(*raw, iv2, plain, true));
+    }
 }
 
-// The same key is set up every time, so the keyed tables are reused and
-// the corrupted byte is put back after each trial.
+// Cores run a working block of each core directly (wb_core.h); the block
+// is laid out as the cores lay it out: the wrapper's fields, then the
+// copies.
+template <typename Work> struct Layout : Work { zel_whitebox::KeyedCopies keyed; };
+
 TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
-  Cores cores;
-  const Bytes key = random_bytes(16), iv = random_bytes(16);
-  const size_t tables = offsetof(zel_whitebox::CopyWork, terms);
+  const Bytes raw = random_bytes(16), iv = random_bytes(16), key = CoreKeyForm(raw);
+  wb_enc::WbCoreState enc{static_cast<wb_enc::WbCoreWork*>(std::malloc(wb_enc::wb_work_size)), 0};
+  wb_dec::WbCoreState dec{static_cast<wb_dec::WbCoreWork*>(std::malloc(wb_dec::wb_work_size)), 0};
   for (int trial = 0; trial < 300; ++trial) {
     const bool decrypt = trial & 1;
-    cores.enc.key_setup(key, &iv);
-    cores.dec.key_setup(key, &iv);
-    uint8_t* byte = (decrypt ? cores.dec.copy_region(trial % 3)
-                             : cores.enc.copy_region(trial % 3)) +
-                    rng() % tables;
+    for (uint8_t* field : {enc.work->key_iv_setup_128.key, dec.work->key_iv_setup_128.key}) {
+      std::memcpy(field, key.data(), 16);
+      std::memcpy(field + 16, iv.data(), 16);
+    }
+    wb_enc::wb_key_iv_setup_128(enc);  // the same key: tables kept
+    wb_dec::wb_key_iv_setup_128(dec);
+    zel_whitebox::CopyWork& copy =
+        decrypt ? static_cast<Layout<wb_dec::WbCoreWork>*>(dec.work)->keyed.copy[trial % 3]
+                : static_cast<Layout<wb_enc::WbCoreWork>*>(enc.work)->keyed.copy[trial % 3];
+    uint8_t* byte = reinterpret_cast<uint8_t*>(&copy) +
+                    rng() % offsetof(zel_whitebox::CopyWork, terms);
     const uint8_t saved = *byte;
     *byte ^= static_cast<uint8_t>(1 + rng() % 255);
     const Bytes data = random_bytes(64);
-    const Bytes expected =
-        decrypt ? Cores::encode(reference_cbc(key, iv, data, false),
-                                wb_enc::wb_input_encoding)
-                : reference_cbc(key, iv, data, true);
-    const Bytes out =
-        decrypt ? cores.dec.run(&wb_dec::WbCoreWork::cbc_decrypt_blue_128,
-                                wb_dec::wb_cbc_decrypt_blue_128, data)
-                : cores.enc.run(&wb_enc::WbCoreWork::cbc_encrypt_128,
-                                wb_enc::wb_cbc_encrypt_128,
-                                Cores::encode(data, wb_enc::wb_input_encoding));
+    Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding);
+    Bytes out(64);
+    if (decrypt) {
+      dec.work->cbc_decrypt_blue_128 = {in.data(), 64, out.data()};
+      wb_dec::wb_cbc_decrypt_blue_128(dec);
+    } else {
+      enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
+      wb_enc::wb_cbc_encrypt_128(enc);
+    }
     *byte = saved;
-    ASSERT_EQ(out, expected) << "trial " << trial;
+    ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
+                                       wb_enc::wb_input_encoding)
+                           : reference_cbc(raw, iv, data, true))
+        << "trial " << trial;
+  }
+  std::free(enc.work);
+  std::free(dec.work);
+}
+
+TEST(Generator, SameSeedGivesTheBuildsBytes) {
+  TempDir dir;
+  WriteFile(dir / "wb_seed.bin", ReadFile(ZEL_WB_SEED_FILE));
+  const std::string command = std::string("'") + ZEL_WB_GENERATOR + "' --seed '" +
+                              (dir / "wb_seed.bin") + "' --out-dir '" + dir.path() + "'";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  for (const char* name : {"wb_enc_tables.cpp", "wb_dec_tables.cpp", "wb_table_size.cpp"})
+    EXPECT_EQ(ReadFile(dir / name), ReadFile(std::string(ZEL_WB_GENERATED_DIR) + "/" + name))
+        << name;
+}
+
+TEST(EgskTool, WrapGivesTheKeySetupFormAndUnwrapUndoesIt) {
+  for (size_t len : {16u, 32u}) {
+    TempDir d;
+    const Bytes raw = random_bytes(len), key = CoreKeyForm(raw);
+    WriteFile(d / "raw.bin", std::string(raw.begin(), raw.end()));
+    const std::string tool = std::string("'") + ZEL_EGSK_TOOL + "' ";
+    const std::string seed = " --seed '" + std::string(ZEL_WB_SEED_FILE) + "' --in '";
+    ASSERT_EQ(std::system((tool + "wrap" + seed + (d / "raw.bin") + "' --out '" +
+                           (d / "p.bin") + "'").c_str()), 0);
+    EXPECT_EQ(ReadFile(d / "p.bin"), std::string(key.begin(), key.end()));
+    ASSERT_EQ(std::system((tool + "unwrap" + seed + (d / "p.bin") + "' --out '" +
+                           (d / "back.bin") + "'").c_str()), 0);
+    EXPECT_EQ(ReadFile(d / "back.bin"), std::string(raw.begin(), raw.end()));
   }
 }
 

@@ -4,16 +4,13 @@
 // protected keys (the store key the library embeds, keys/egsk256.bin).
 //
 // The patterns are kept XOR-masked, so that the test's own copy is not
-// found; the raw keys are read into a stack buffer that is wiped. Controls
-// plant a pattern in plain and expect the scan to see it.
-#define _FILE_OFFSET_BITS 64
+// found; the raw keys are read into a stack buffer that is wiped. A control
+// plants a pattern in plain and expects the scan to see it.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,22 +18,17 @@
 #include "PKIWB_decrypt.h"
 #include "PKIWB_encrypt.h"
 #include "aes_reference.h"
+#include "temp_dir.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 constexpr uint8_t kMask = 0xa7;
-Bytes masked;  // 16-byte patterns, XOR kMask
-
-Bytes read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(file), {});
-}
+std::vector<uint8_t> masked;  // 16-byte patterns, XOR kMask
 
 void add_key_patterns(const char* name) {
   uint8_t raw[32];
-  const int fd = ::open((std::string(ZEL_KEYS_DIR) + "/" + name).c_str(), O_RDONLY);
-  const ssize_t len = fd < 0 ? 0 : ::read(fd, raw, sizeof raw);
+  const int fd = ::open((std::string(ZEL_KEYS_DIR "/") + name).c_str(), O_RDONLY);
+  const ssize_t len = ::read(fd, raw, sizeof raw);
   ::close(fd);
   ASSERT_TRUE(len == 16 || len == 32) << name;
   zel_ref::AesKeySchedule schedule;
@@ -58,50 +50,41 @@ size_t count_in(const uint8_t* data, size_t size) {
   return hits;
 }
 
+// scan_writable_memory reads every readable and writable mapping of the
+// process in place.
 size_t scan_writable_memory() {
   std::FILE* maps = std::fopen("/proc/self/maps", "r");
-  const int mem = ::open("/proc/self/mem", O_RDONLY);
   size_t hits = 0;
   char line[512];
-  Bytes chunk;
-  while (maps && std::fgets(line, sizeof line, maps)) {
-    unsigned long start, end;
-    char perms[5];
-    if (std::sscanf(line, "%lx-%lx %4s", &start, &end, perms) != 3 ||
-        perms[1] != 'w' || end - start > (1ul << 30))
-      continue;
-    chunk.resize(end - start);
-    const ssize_t got = ::pread(mem, chunk.data(), chunk.size(), static_cast<off_t>(start));
-    if (got > 0) hits += count_in(chunk.data(), static_cast<size_t>(got));
-  }
-  std::fill(chunk.begin(), chunk.end(), 0);
-  if (maps) std::fclose(maps);
-  ::close(mem);
+  unsigned long start, end;
+  char perms[5];
+  while (std::fgets(line, sizeof line, maps))
+    if (std::sscanf(line, "%lx-%lx %4s", &start, &end, perms) == 3 &&
+        perms[0] == 'r' && perms[1] == 'w')
+      hits += count_in(reinterpret_cast<const uint8_t*>(start), end - start);
+  std::fclose(maps);
   return hits;
 }
 
 TEST(KeyLeak, NeitherLibraryNorWritableMemoryHoldsARawKeyOrRoundKey) {
   add_key_patterns("egsk-raw.bin");
   add_key_patterns("egsk256-raw.bin");
-  ASSERT_EQ(masked.size(), 16u * (11 + 15));
-  Bytes library = read_file(ZEL_LIBRARY_FILE);
-  EXPECT_EQ(count_in(library.data(), library.size()), 0u);
-  for (int i = 0; i < 16; ++i) library[1000 + i] = masked[16 * 7 + i] ^ kMask;
-  EXPECT_EQ(count_in(library.data(), library.size()), 1u);  // control
-  std::fill(library.begin(), library.end(), 0);
+  const std::string library = ReadFile(ZEL_LIBRARY_FILE);
+  EXPECT_EQ(count_in(reinterpret_cast<const uint8_t*>(library.data()), library.size()), 0u);
 
-  const Bytes iv = read_file(ZEL_KEYS_DIR "/uid.bin");
+  const std::string iv = ReadFile(ZEL_KEYS_DIR "/uid.bin");
   std::vector<std::unique_ptr<PKIWB_encrypt>> encryptors;
   std::vector<std::unique_ptr<PKIWB_decrypt>> decryptors;
-  for (const std::string name : {ZEL_STORE_KEY_FILE, ZEL_KEYS_DIR "/egsk256.bin"}) {
-    const Bytes key = read_file(name);
-    const unsigned size = static_cast<unsigned>(key.size());
-    Bytes plain(1000, 0x42), cipher(1008), back(1008), recrypted(1008);
-    encryptors.emplace_back(new PKIWB_encrypt(size));
-    decryptors.emplace_back(new PKIWB_decrypt(size));
-    encryptors.back()->encrypt_payload(key.data(), iv.data(), plain.data(), 1000, cipher.data());
-    ASSERT_EQ(decryptors.back()->decrypt_payload(key.data(), iv.data(), cipher.data(), 1008, back.data()), 1000u);
-    decryptors.back()->recrypt_payload(key.data(), iv.data(), cipher.data(), 1008, recrypted.data());
+  for (const char* name : {ZEL_STORE_KEY_FILE, ZEL_KEYS_DIR "/egsk256.bin"}) {
+    const std::string k = ReadFile(name);
+    const auto *key = reinterpret_cast<const uint8_t*>(k.data()),
+               *v = reinterpret_cast<const uint8_t*>(iv.data());
+    std::vector<uint8_t> plain(1000, 0x42), cipher(1008), back(1008);
+    encryptors.emplace_back(new PKIWB_encrypt(static_cast<unsigned>(k.size())));
+    decryptors.emplace_back(new PKIWB_decrypt(static_cast<unsigned>(k.size())));
+    encryptors.back()->encrypt_payload(key, v, plain.data(), 1000, cipher.data());
+    ASSERT_EQ(decryptors.back()->decrypt_payload(key, v, cipher.data(), 1008, back.data()), 1000u);
+    decryptors.back()->recrypt_payload(key, v, cipher.data(), 1008, back.data());
   }
   EXPECT_EQ(scan_writable_memory(), 0u);
   encryptors.clear();
