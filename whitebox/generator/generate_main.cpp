@@ -45,13 +45,16 @@ std::string field_order(const std::string& type,
   return text + ",\n    \"the runtime's " + type + " changed\");\n";
 }
 
-std::string emit_key_tables(SourceWriter& w, const KeyTableSet& k) {
+std::string emit_schedule(SourceWriter& w, const std::string& p,
+                          const KeyScheduleSet& k, unsigned key_len) {
+  const std::string n = key_len == 16 ? "128" : "256";
   return "{" +
-         w.add_bytes("unprotect_128", k.unprotect_128, "16 * 256") + ", " +
-         w.add_bytes("unprotect_256", k.unprotect_256, "32 * 256") + ", " +
-         w.add_bytes("key_xor", k.xor_, "kNibbleXorSize") + ", " +
-         w.add_bytes("key_sbox", k.sbox, "256") + ", " +
-         w.add_bytes("key_rcon", k.rcon, "10") + "}";
+         w.add_bytes(p + "unprotect", k.unprotect, std::to_string(key_len) + " * 256") +
+         ", " + w.add_bytes(p + "sub_word", k.sub_word, "kSubWords" + n + " * 4 * 256") +
+         ", " + w.add_bytes(p + "xor", k.xor_, "(kWords" + n + " - " +
+                                                  std::to_string(key_len / 4) + ") * 4 * 512") +
+         ", " + w.add_bytes(p + "to_key_form", k.to_key_form, "kWords" + n + " * 4 * 256") +
+         "}";
 }
 
 std::string emit_copy(SourceWriter& w, const std::string& p,
@@ -106,8 +109,10 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
   white = random_encoding(stream);
 
   SourceWriter w(inputs);
-  const std::string keys = emit_key_tables(
-      w, build_key_tables(key_form, protect_128, protect_256));
+  const std::string keys =
+      "{" + emit_schedule(w, "ks128_", build_key_schedule(stream, key_form, protect_128), 16) +
+      ", " + emit_schedule(w, "ks256_", build_key_schedule(stream, key_form, protect_256), 32) +
+      "}";
   const ForwardTableSet set = build_forward_tables(forward, white, key_form);
   std::string fwd =
       "{" + w.add_bytes("input_xor", set.input_xor, "kXorTableSize") + ", {";
@@ -117,8 +122,9 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
   fwd += "}, " + w.add_bytes("fwd_vote", set.vote, "kVoteSize") + "}";
   const uint64_t bytes = w.table_bytes() + 256;
   w.close_tables();
-  w.append(field_order("KeyTables", {"unprotect_128", "unprotect_256",
-                                     "xor_", "sbox", "rcon"}));
+  w.append(field_order("KeySchedule", {"unprotect", "sub_word", "xor_",
+                                       "to_key_form"}));
+  w.append(field_order("KeyTables", {"aes128", "aes256"}));
   w.append(kCopyOrder);
   w.append(field_order("ForwardTables", {"input_xor", "copy", "vote"}));
   w.append("extern const KeyTables key_tables = " + keys + ";\n");

@@ -19,8 +19,8 @@ namespace zel_wbgen {
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint32_t>;
 
-struct KeyTableSet {
-  Bytes unprotect_128, unprotect_256, xor_, sbox, rcon;
+struct KeyScheduleSet {
+  Bytes unprotect, sub_word, xor_, to_key_form;
 };
 
 struct CopyTableSet {
@@ -42,11 +42,12 @@ struct InverseTableSet {
 
 using Copies = std::array<DirectionEncodings, kCopies>;
 
-// build_key_tables: |key_form| is KE (a nibble encoding); |protect_128| and
-// |protect_256| are the protection maps of the key form (key_protection.h).
-KeyTableSet build_key_tables(const ByteMap& key_form,
-                             const std::vector<ByteMap>& protect_128,
-                             const std::vector<ByteMap>& protect_256);
+// build_key_schedule draws the schedule's forms of one key size from
+// |stream| and builds its tables; |key_form| is KE, |protect| the
+// protection maps of that key size (key_protection.h).
+KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
+                                  const ByteMap& key_form,
+                                  const std::vector<ByteMap>& protect);
 
 // build_forward_tables: |white| is the form of the direction's input bytes
 // (the encryptor's white, which is also the decryptor's blue). All copies

@@ -6,8 +6,10 @@
 // build from the seed; "nibble form" means two independent 4-bit
 // bijections, one per half of the byte, so that values in that form can go
 // through 4+4 -> 4 bit XOR tables):
-//   KE        the key form (nibble form): every round-key byte during a key
-//             setup is held as KE(byte); both cores share it;
+//   KW, T     the forms of the key schedule's bytes: one per word and byte
+//             position (KeySchedule below);
+//   KE        the key form (nibble form) in which the expanded round keys
+//             enter the materialising look-ups; both cores share it;
 //   U         the entry form of a direction (nibble form): (input byte ^
 //             chaining byte) going in, and the index form of the look-ups
 //             that a key setup materialises;
@@ -59,15 +61,28 @@ constexpr unsigned kReencodeSize = (kLayers - 1) * kPositionMapsSize;
 constexpr unsigned kSboxMixSize = (kLayers - 1) * kPositionMapsSize;  // words
 constexpr unsigned kVoteSize = 16 * 2 * 4096;
 constexpr unsigned kChainXorSize = 16 * 2 * 256;
+constexpr unsigned kWords128 = 44, kWords256 = 60;  // key schedule words
+constexpr unsigned kSubWords128 = 10, kSubWords256 = 13;  // SubWord steps
 
-// KeyTables turn the protected key form into the key form and run the AES
-// key schedule on key-form bytes.
+// KeySchedule runs one key size's AES key expansion on encoded bytes.
+// Byte b of key word n (4 * (rounds + 1) words) is held in KW[n][b], a
+// nibble encoding of its own for every word and byte, so no XOR table has
+// the same encoding on two of its sides. SubWord steps (with RotWord and
+// the round constant folded in) give T[step][b], again one form each. At
+// the end every byte goes into KE, the input form of the key setups'
+// materialising look-ups.
+struct KeySchedule {
+  const uint8_t* unprotect;  // [j][protected byte] -> KW[j / 4][j % 4](k)
+  const uint8_t* sub_word;   // [step][b][KW[n-1][source](x)]
+                             //   -> T[step][b](S(x) ^ round constant)
+  const uint8_t* xor_;       // [n - nk][b]: nibble XOR of KW[n-nk][b] and
+                             //   T[step][b] or KW[n-1][b] -> KW[n][b]
+  const uint8_t* to_key_form;  // [n][b][KW[n][b](k)] -> KE(k)
+};
+
+// KeyTables: the key schedules of both key sizes.
 struct KeyTables {
-  const uint8_t* unprotect_128;  // [16][256]: protected byte -> KE(key byte)
-  const uint8_t* unprotect_256;  // [32][256]
-  const uint8_t* xor_;           // nibble XOR: KE(a), KE(b) -> KE(a ^ b)
-  const uint8_t* sbox;           // [KE(a)] -> KE(S(a))
-  const uint8_t* rcon;           // [10]: KE(rcon of step 1..10)
+  KeySchedule aes128, aes256;
 };
 
 // CopyTables: one copy of a direction.
