@@ -42,12 +42,25 @@ struct DirectionEncodings {
   std::array<ByteMap, 16> out_position;   // N[i]
   std::array<std::array<ByteMap, 16>, kLayers> layer;  // E[l][i]
   std::array<std::array<std::array<uint8_t, 4>, 16>, kLayers - 1> term_mask;
+  // term_linear[l][pos] is a random linear bijection of GF(2)^8 applied to
+  // every term summed into output byte pos of layer l (the XOR tables see
+  // L(t0) ^ L(t1) = L(t0 ^ t1); the re-encoding undoes it). The terms of a
+  // state byte thus reach the shared term forms G[d] through a composition
+  // of their own per layer and position, so the 16 positions do not share
+  // one single-bit correlation spectrum.
+  std::array<std::array<ByteMap, 16>, kLayers - 1> term_linear;
   bool inverse;  // InvShiftRows/InvMixColumns (else ShiftRows/MixColumns)
 };
 
 DirectionEncodings draw_direction(ChaCha20Stream& stream,
                                   const uint8_t coefficients[4],
                                   bool inverse);
+
+// random_linear_map draws an invertible GF(2)-linear map of a byte.
+ByteMap random_linear_map(ChaCha20Stream& stream);
+
+// column_dest is the column that (Inv)ShiftRows moves state byte |i| to.
+unsigned column_dest(bool inverse, unsigned i);
 
 // column_source is the state byte that (Inv)ShiftRows brings to (row,
 // col), as the runtime's forward_source / inverse_source.

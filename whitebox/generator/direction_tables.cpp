@@ -44,8 +44,9 @@ Bytes build_reencode(const DirectionEncodings& enc) {
       uint8_t mask = 0;
       for (unsigned j = 0; j < 4; ++j)
         mask ^= enc.term_mask[l - 1][column_source(enc.inverse, j, col)][row];
+      const ByteMap from_linear = inverse_of(enc.term_linear[l - 1][pos]);
       for (unsigned r = 0; r < 256; ++r)
-        table.push_back(enc.layer[l][pos][from_sum[r] ^ mask]);
+        table.push_back(enc.layer[l][pos][from_linear[from_sum[r]] ^ mask]);
     }
   return table;
 }
@@ -56,15 +57,15 @@ Words build_sbox_mix(const DirectionEncodings& enc,
   Words table;
   for (unsigned l = 0; l + 1 < kLayers; ++l)
     for (unsigned i = 0; i < 16; ++i) {
-      const unsigned row = i & 3;
+      const unsigned row = i & 3, col = column_dest(enc.inverse, i);
       for (unsigned h = 0; h < 256; ++h) {
         const uint8_t y = from[h];
         const uint8_t value = apply_sbox ? zel_ref::aes_sbox(y) : y;
         uint32_t word = 0;
         for (unsigned m = 0; m < 4; ++m) {
           const unsigned d = (row - m) & 3;
-          const uint8_t term = zel_ref::gf_mul(value, coefficients[d]) ^
-                               enc.term_mask[l][i][m];
+          const uint8_t term = enc.term_linear[l][m + 4 * col][
+              zel_ref::gf_mul(value, coefficients[d]) ^ enc.term_mask[l][i][m]];
           word |= static_cast<uint32_t>(enc.term[d][term]) << (8 * m);
         }
         table.push_back(word);
