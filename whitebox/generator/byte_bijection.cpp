@@ -1,6 +1,8 @@
 // byte_bijection.cpp: see byte_bijection.h.
 #include "byte_bijection.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "aes_reference.h"
@@ -13,6 +15,21 @@ ByteMap random_encoding(ChaCha20Stream& stream) {
   for (unsigned i = 255; i > 0; --i)
     std::swap(map[i], map[stream.uniform(i + 1)]);
   return map;
+}
+
+ByteMap random_state_encoding(ChaCha20Stream& stream) {
+  for (;;) {
+    const ByteMap map = random_encoding(stream);
+    int strongest = 0;
+    for (unsigned in = 0; in < 8; ++in)
+      for (unsigned out = 0; out < 8; ++out) {
+        int sum = 0;
+        for (unsigned x = 0; x < 256; ++x)
+          sum += (((x >> in) ^ (map[x] >> out)) & 1) ? -1 : 1;
+        strongest = std::max(strongest, std::abs(sum));
+      }
+    if (strongest <= 64) return map;
+  }
 }
 
 ByteMap random_nibble_encoding(ChaCha20Stream& stream) {

@@ -41,18 +41,18 @@ DirectionEncodings draw_direction(ChaCha20Stream& stream,
   enc.inverse = inverse;
   enc.entry = random_nibble_encoding(stream);
   for (unsigned d = 0; d < 4; ++d)
-    enc.term[d] = compose(random_encoding(stream),
+    enc.term[d] = compose(random_state_encoding(stream),
                           inverse_of(multiply_map(coefficients[d])));
-  enc.half_a = random_encoding(stream);
-  enc.half_b = random_encoding(stream);
-  enc.sum = random_encoding(stream);
+  enc.half_a = random_state_encoding(stream);
+  enc.half_b = random_state_encoding(stream);
+  enc.sum = random_state_encoding(stream);
   enc.sbox_in = random_nibble_encoding(stream);
   enc.sbox_out = random_nibble_encoding(stream);
   enc.out = random_nibble_encoding(stream);
   for (ByteMap& position : enc.out_position)
     position = random_nibble_encoding(stream);
   for (auto& layer : enc.layer)
-    for (ByteMap& position : layer) position = random_encoding(stream);
+    for (ByteMap& position : layer) position = random_state_encoding(stream);
   for (auto& layer : enc.term_mask)
     for (auto& position : layer)
       for (uint8_t& mask : position) mask = static_cast<uint8_t>(stream.next_u32());

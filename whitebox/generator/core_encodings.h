@@ -3,9 +3,10 @@
 // inverse_tables, direction_tables); nothing else is random.
 //
 // See whitebox/runtime/wb_tables.h for the names (KE, U, E, G, A, B, R, H,
-// Q, N). Byte encodings are plain random bijections; the forms that go
-// through nibble XOR tables (U, H, Q, N, N[i]) are random nibble
-// encodings. The MixColumns term forms G[d] are drawn as Z[d] composed with
+// Q, N). Byte encodings are random bijections (the forms of key-dependent
+// bytes without extreme single-bit correlations, random_state_encoding);
+// the forms that go through nibble XOR tables (U, H, Q, N, N[i]) are
+// random nibble encodings. The MixColumns term forms G[d] are drawn as Z[d] composed with
 // the inverse multiplication by the column coefficient, so that what a
 // table outputs, G[d](c * S(y)) = Z[d](S(y)), carries the S-box output
 // through one random byte bijection.
