@@ -112,8 +112,7 @@ TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
     const uint8_t saved = *byte;
     *byte ^= static_cast<uint8_t>(1 + rng() % 255);
     const Bytes data = random_bytes(64);
-    Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding);
-    Bytes out(64);
+    Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding), out(64);
     if (decrypt) {
       dec.work->cbc_decrypt_blue_128 = {in.data(), 64, out.data()};
       wb_dec::wb_cbc_decrypt_blue_128(dec);
@@ -124,8 +123,7 @@ TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
     *byte = saved;
     ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
                                        wb_enc::wb_input_encoding)
-                           : reference_cbc(raw, iv, data, true))
-        << "trial " << trial;
+                           : reference_cbc(raw, iv, data, true)) << "trial " << trial;
   }
   std::free(enc.work);
   std::free(dec.work);
@@ -138,8 +136,7 @@ TEST(Generator, SameSeedGivesTheBuildsBytes) {
                               (dir / "wb_seed.bin") + "' --out-dir '" + dir.path() + "'";
   ASSERT_EQ(std::system(command.c_str()), 0);
   for (const char* name : {"wb_enc_tables.cpp", "wb_dec_tables.cpp", "wb_table_size.cpp"})
-    EXPECT_EQ(ReadFile(dir / name), ReadFile(std::string(ZEL_WB_GENERATED_DIR) + "/" + name))
-        << name;
+    EXPECT_EQ(ReadFile(dir / name), ReadFile(std::string(ZEL_WB_GENERATED_DIR) + "/" + name)) << name;
 }
 
 TEST(EgskTool, WrapGivesTheKeySetupFormAndUnwrapUndoesIt) {
