@@ -113,13 +113,8 @@ TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
     *byte ^= static_cast<uint8_t>(1 + rng() % 255);
     const Bytes data = random_bytes(64);
     Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding), out(64);
-    if (decrypt) {
-      dec.work->cbc_decrypt_blue_128 = {in.data(), 64, out.data()};
-      wb_dec::wb_cbc_decrypt_blue_128(dec);
-    } else {
-      enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
-      wb_enc::wb_cbc_encrypt_128(enc);
-    }
+    dec.work->cbc_decrypt_blue_128 = enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
+    decrypt ? wb_dec::wb_cbc_decrypt_blue_128(dec) : wb_enc::wb_cbc_encrypt_128(enc);
     *byte = saved;
     ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
                                        wb_enc::wb_input_encoding)

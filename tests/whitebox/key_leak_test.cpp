@@ -25,6 +25,7 @@ namespace {
 
 constexpr uint8_t kMask = 0xa7;
 std::vector<uint8_t> masked;  // 16-byte patterns, XOR kMask
+bool first_byte[256];  // some pattern starts with this byte (a fast filter)
 
 void add_key_patterns(const char* name) {
   uint8_t raw[32];
@@ -34,8 +35,10 @@ void add_key_patterns(const char* name) {
   ASSERT_TRUE(len == 16 || len == 32) << name;
   zel_ref::AesKeySchedule schedule;
   zel_ref::aes_expand_key(raw, static_cast<unsigned>(len), schedule);
-  for (unsigned r = 0; r <= schedule.rounds; ++r)
+  for (unsigned r = 0; r <= schedule.rounds; ++r) {
+    first_byte[schedule.round_key[r][0]] = true;
     for (uint8_t b : schedule.round_key[r]) masked.push_back(b ^ kMask);
+  }
   zel_ref::aes_wipe(schedule);
   zel_ref::secure_wipe(raw, sizeof raw);
 }
@@ -43,7 +46,7 @@ void add_key_patterns(const char* name) {
 size_t count_in(const uint8_t* data, size_t size) {
   size_t hits = 0;
   for (size_t i = 0; i + 16 <= size; ++i)
-    for (size_t p = 0; p < masked.size(); p += 16) {
+    for (size_t p = 0; first_byte[data[i]] && p < masked.size(); p += 16) {
       size_t j = 0;
       while (j < 16 && (data[i + j] ^ kMask) == masked[p + j]) ++j;
       hits += j == 16;
