@@ -8,30 +8,21 @@
 
 #include <cstring>
 
+#include "cipher_steps.h"
 #include "core_state.h"
 #include "wb_core.h"
 #include "wiped_buffer.h"
 
 namespace {
 
-const char kInvalidKeysize[] = "ASSERTION FAILED: 0 && \"Invalid keysize\"";
+using Step = zel_wb::CbcStep<wb_dec::WbCoreState, wb_dec::WbCoreWork>;
 
-// The messages of one CBC step's pointer checks and its two core entries.
-struct CbcStep {
-  const char* null_input;
-  const char* null_output;
-  zel_wb::WbCbcParams wb_dec::WbCoreWork::*params_128;
-  zel_wb::WbCbcParams wb_dec::WbCoreWork::*params_256;
-  void (*entry_128)(wb_dec::WbCoreState&);
-  void (*entry_256)(wb_dec::WbCoreState&);
-};
-
-const CbcStep kDecrypt = {
+const Step kDecrypt = {
     "ASSERTION FAILED: black_in",     "ASSERTION FAILED: yellow_out",
     &wb_dec::WbCoreWork::cbc_decrypt_128, &wb_dec::WbCoreWork::cbc_decrypt_256,
     wb_dec::wb_cbc_decrypt_128,       wb_dec::wb_cbc_decrypt_256};
 
-const CbcStep kDecryptBlue = {
+const Step kDecryptBlue = {
     "ASSERTION FAILED: black_in",
     "ASSERTION FAILED: blue_out",
     &wb_dec::WbCoreWork::cbc_decrypt_blue_128,
@@ -39,7 +30,7 @@ const CbcStep kDecryptBlue = {
     wb_dec::wb_cbc_decrypt_blue_128,
     wb_dec::wb_cbc_decrypt_blue_256};
 
-const CbcStep kEncryptBlue = {
+const Step kEncryptBlue = {
     "ASSERTION FAILED: blue_in",
     "ASSERTION FAILED: black_out",
     &wb_dec::WbCoreWork::cbc_encrypt_blue_128,
@@ -47,31 +38,9 @@ const CbcStep kEncryptBlue = {
     wb_dec::wb_cbc_encrypt_blue_128,
     wb_dec::wb_cbc_encrypt_blue_256};
 
-// CheckCbcArguments makes the size and pointer checks common to all steps.
-void CheckCbcArguments(const CbcStep& step, const unsigned char* in,
-                       const unsigned char* out, unsigned int in_size) {
-  if (in_size == 0) throw "ASSERTION FAILED: in_size != 0";
-  if (in_size % AES_BLOCK_SIZE != 0)
-    throw "ASSERTION FAILED: (in_size % AES_BLOCK_SIZE) == 0";
-  if (in == nullptr) throw step.null_input;
-  if (out == nullptr) throw step.null_output;
-}
-
-void RunCbcStep(const CbcStep& step, wb_dec::WbCoreState& wb,
-                unsigned int keysize, const unsigned char* in,
-                unsigned char* out, unsigned int in_size) {
-  CheckCbcArguments(step, in, out, in_size);
-  const zel_wb::WbCbcParams params = {in, in_size, out};
-  if (keysize == 16) {
-    (*wb.work).*step.params_128 = params;
-    step.entry_128(wb);
-  } else if (keysize == 32) {
-    (*wb.work).*step.params_256 = params;
-    step.entry_256(wb);
-  } else {
-    throw kInvalidKeysize;
-  }
-}
+const zel_wb::CoreKeySetups<wb_dec::WbCoreState> kKeySetups = {
+    wb_dec::wb_key_setup_128, wb_dec::wb_key_setup_256,
+    wb_dec::wb_key_iv_setup_128, wb_dec::wb_key_iv_setup_256};
 
 }  // namespace
 
@@ -84,56 +53,36 @@ PKIWB_decrypt::~PKIWB_decrypt() {
 }
 
 void PKIWB_decrypt::aes_init(const unsigned char* key) {
-  wb_dec::WbCoreWork& work = *wb->work;
-  if (keysize == 16) {
-    std::memcpy(work.key_setup_128.key, key, 16);
-    wb_dec::wb_key_setup_128(*wb);
-  } else if (keysize == 32) {
-    std::memcpy(work.key_setup_256.key, key, 32);
-    wb_dec::wb_key_setup_256(*wb);
-  } else {
-    throw kInvalidKeysize;
-  }
+  zel_wb::LoadKey(*wb, keysize, key, false, nullptr, kKeySetups);
 }
 
 void PKIWB_decrypt::aes_init(const unsigned char* key,
                              const unsigned char* iv) {
-  wb_dec::WbCoreWork& work = *wb->work;
-  if (keysize == 16) {
-    std::memcpy(work.key_iv_setup_128.key, key, 16);
-    std::memcpy(work.key_iv_setup_128.iv, iv, 16);
-    wb_dec::wb_key_iv_setup_128(*wb);
-  } else if (keysize == 32) {
-    std::memcpy(work.key_iv_setup_256.key, key, 32);
-    std::memcpy(work.key_iv_setup_256.iv, iv, 16);
-    wb_dec::wb_key_iv_setup_256(*wb);
-  } else {
-    throw kInvalidKeysize;
-  }
+  zel_wb::LoadKey(*wb, keysize, key, true, iv, kKeySetups);
 }
 
 void PKIWB_decrypt::wb_cbc_decrypt(const unsigned char* black_in,
                                    unsigned char* yellow_out,
                                    unsigned int in_size) {
-  RunCbcStep(kDecrypt, *wb, keysize, black_in, yellow_out, in_size);
+  zel_wb::RunCbcStep(kDecrypt, *wb, keysize, black_in, yellow_out, in_size);
 }
 
 void PKIWB_decrypt::wb_cbc_decrypt_for_recrypt(const unsigned char* black_in,
                                                unsigned char* blue_out,
                                                unsigned int in_size) {
-  RunCbcStep(kDecryptBlue, *wb, keysize, black_in, blue_out, in_size);
+  zel_wb::RunCbcStep(kDecryptBlue, *wb, keysize, black_in, blue_out, in_size);
 }
 
 void PKIWB_decrypt::wb_cbc_encrypt(const unsigned char* blue_in,
                                    unsigned char* black_out,
                                    unsigned int in_size) {
-  RunCbcStep(kEncryptBlue, *wb, keysize, blue_in, black_out, in_size);
+  zel_wb::RunCbcStep(kEncryptBlue, *wb, keysize, blue_in, black_out, in_size);
 }
 
 unsigned int PKIWB_decrypt::wb_cbc_decrypt_pkcs7(const unsigned char* black_in,
                                                  unsigned char* yellow_out,
                                                  unsigned int in_size) {
-  CheckCbcArguments(kDecrypt, black_in, yellow_out, in_size);
+  zel_wb::CheckCbcArguments(kDecrypt, black_in, yellow_out, in_size);
   wb_cbc_decrypt(black_in, yellow_out, in_size);
   // Only the last byte is checked (see the header's warning).
   const unsigned char c = wb_dec::wb_output_decoding[yellow_out[in_size - 1]];

@@ -7,12 +7,22 @@
 
 #include <cstring>
 
+#include "cipher_steps.h"
 #include "core_state.h"
 #include "wb_core.h"
 #include "wiped_buffer.h"
 
 namespace {
-const char kInvalidKeysize[] = "ASSERTION FAILED: 0 && \"Invalid keysize\"";
+
+const zel_wb::CbcStep<wb_enc::WbCoreState, wb_enc::WbCoreWork> kEncrypt = {
+    "ASSERTION FAILED: white_in",      "ASSERTION FAILED: black_out",
+    &wb_enc::WbCoreWork::cbc_encrypt_128, &wb_enc::WbCoreWork::cbc_encrypt_256,
+    wb_enc::wb_cbc_encrypt_128,        wb_enc::wb_cbc_encrypt_256};
+
+const zel_wb::CoreKeySetups<wb_enc::WbCoreState> kKeySetups = {
+    wb_enc::wb_key_setup_128, wb_enc::wb_key_setup_256,
+    wb_enc::wb_key_iv_setup_128, wb_enc::wb_key_iv_setup_256};
+
 }  // namespace
 
 PKIWB_encrypt::PKIWB_encrypt(unsigned int keysize_in)
@@ -24,52 +34,18 @@ PKIWB_encrypt::~PKIWB_encrypt() {
 }
 
 void PKIWB_encrypt::aes_init(const unsigned char* key) {
-  wb_enc::WbCoreWork& work = *wb->work;
-  if (keysize == 16) {
-    std::memcpy(work.key_setup_128.key, key, 16);
-    wb_enc::wb_key_setup_128(*wb);
-  } else if (keysize == 32) {
-    std::memcpy(work.key_setup_256.key, key, 32);
-    wb_enc::wb_key_setup_256(*wb);
-  } else {
-    throw kInvalidKeysize;
-  }
+  zel_wb::LoadKey(*wb, keysize, key, false, nullptr, kKeySetups);
 }
 
 void PKIWB_encrypt::aes_init(const unsigned char* key,
                              const unsigned char* iv) {
-  wb_enc::WbCoreWork& work = *wb->work;
-  if (keysize == 16) {
-    std::memcpy(work.key_iv_setup_128.key, key, 16);
-    std::memcpy(work.key_iv_setup_128.iv, iv, 16);
-    wb_enc::wb_key_iv_setup_128(*wb);
-  } else if (keysize == 32) {
-    std::memcpy(work.key_iv_setup_256.key, key, 32);
-    std::memcpy(work.key_iv_setup_256.iv, iv, 16);
-    wb_enc::wb_key_iv_setup_256(*wb);
-  } else {
-    throw kInvalidKeysize;
-  }
+  zel_wb::LoadKey(*wb, keysize, key, true, iv, kKeySetups);
 }
 
 void PKIWB_encrypt::wb_cbc_encrypt(const unsigned char* white_in,
                                    unsigned char* black_out,
                                    unsigned int in_size) {
-  if (in_size == 0) throw "ASSERTION FAILED: in_size != 0";
-  if (in_size % AES_BLOCK_SIZE != 0)
-    throw "ASSERTION FAILED: (in_size % AES_BLOCK_SIZE) == 0";
-  if (white_in == nullptr) throw "ASSERTION FAILED: white_in";
-  if (black_out == nullptr) throw "ASSERTION FAILED: black_out";
-  const zel_wb::WbCbcParams params = {white_in, in_size, black_out};
-  if (keysize == 16) {
-    wb->work->cbc_encrypt_128 = params;
-    wb_enc::wb_cbc_encrypt_128(*wb);
-  } else if (keysize == 32) {
-    wb->work->cbc_encrypt_256 = params;
-    wb_enc::wb_cbc_encrypt_256(*wb);
-  } else {
-    throw kInvalidKeysize;
-  }
+  zel_wb::RunCbcStep(kEncrypt, *wb, keysize, white_in, black_out, in_size);
 }
 
 unsigned int PKIWB_encrypt::wb_cbc_encrypt_pkcs7(const unsigned char* white_in,

@@ -37,11 +37,6 @@ std::vector<Outcome> run_key_form(Target& target,
                                   const std::vector<uint8_t>& protected_key,
                                   const std::vector<uint8_t>& raw_key);
 
-// first_core_algebraic.cpp: the layout-aware recovery for the first core.
-std::vector<Outcome> run_first_core_algebraic(
-    const std::vector<uint8_t>& protected_key,
-    const std::vector<uint8_t>& raw_key, bool decryptor);
-
 // persistent_faults.cpp: PFA, and the same fault in every copy of a table.
 std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
                              const std::vector<uint8_t>& raw_key);

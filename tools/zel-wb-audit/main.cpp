@@ -196,10 +196,8 @@ int run(int argc, char** argv) {
           if (out.recovered >= 16) families_broken.insert(family);
         }
       };
-      if (wanted("keyform") && o.target == "core") {
-        add("keyform", run_first_core_algebraic(protected_key, raw_key, dec));
+      if (wanted("keyform") && o.target == "core")
         add("keyform", run_key_form(*target, protected_key, raw_key));
-      }
       if (wanted("collision"))
         add("collision", run_collisions(*target, o.settings, raw_key, false));
       if (wanted("tcollision"))

@@ -1,6 +1,7 @@
 // direction_tables.cpp: the tables that the forward and the inverse
-// direction build alike: column-sum XOR tables, per-layer re-encodings and
-// the S-box/MixColumns tables that key setups index.
+// direction build alike: column-sum XOR tables, per-layer re-encodings, the
+// S-box/MixColumns tables that key setups index, nibble XOR tables, output
+// forms and the vote tables.
 #include "aes_reference.h"
 #include "table_sets.h"
 
@@ -43,8 +44,9 @@ Bytes build_reencode(const DirectionEncodings& enc) {
       uint8_t mask = 0;
       for (unsigned j = 0; j < 4; ++j)
         mask ^= enc.term_mask[l - 1][column_source(enc.inverse, j, col)][row];
+      const ByteMap from_linear = inverse_of(enc.term_linear[l - 1][pos]);
       for (unsigned r = 0; r < 256; ++r)
-        table.push_back(enc.layer[l][pos][from_sum[r] ^ mask]);
+        table.push_back(enc.layer[l][pos][from_linear[from_sum[r]] ^ mask]);
     }
   return table;
 }
@@ -55,20 +57,74 @@ Words build_sbox_mix(const DirectionEncodings& enc,
   Words table;
   for (unsigned l = 0; l + 1 < kLayers; ++l)
     for (unsigned i = 0; i < 16; ++i) {
-      const unsigned row = i & 3;
+      const unsigned row = i & 3, col = column_dest(enc.inverse, i);
       for (unsigned h = 0; h < 256; ++h) {
         const uint8_t y = from[h];
         const uint8_t value = apply_sbox ? zel_ref::aes_sbox(y) : y;
         uint32_t word = 0;
         for (unsigned m = 0; m < 4; ++m) {
           const unsigned d = (row - m) & 3;
-          const uint8_t term = zel_ref::gf_mul(value, coefficients[d]) ^
-                               enc.term_mask[l][i][m];
+          const uint8_t term = enc.term_linear[l][m + 4 * col][
+              zel_ref::gf_mul(value, coefficients[d]) ^ enc.term_mask[l][i][m]];
           word |= static_cast<uint32_t>(enc.term[d][term]) << (8 * m);
         }
         table.push_back(word);
       }
     }
+  return table;
+}
+
+ByteMap identity_map() {
+  ByteMap map;
+  for (unsigned x = 0; x < 256; ++x) map[x] = static_cast<uint8_t>(x);
+  return map;
+}
+
+namespace {
+// The halves of a nibble encoding |map|: half 0 maps the high nibble, half
+// 1 the low one.
+unsigned half_of(const ByteMap& map, unsigned half, unsigned v) {
+  return half == 0 ? map[v << 4] >> 4 : map[v] & 15;
+}
+}  // namespace
+
+Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b,
+                       const ByteMap& out) {
+  const ByteMap from_a = inverse_of(a), from_b = inverse_of(b);
+  Bytes table(zel_whitebox::kNibbleXorSize);
+  for (unsigned half = 0; half < 2; ++half)
+    for (unsigned x = 0; x < 16; ++x)
+      for (unsigned y = 0; y < 16; ++y)
+        table[half * 256 + (x << 4 | y)] = static_cast<uint8_t>(half_of(
+            out, half, half_of(from_a, half, x) ^ half_of(from_b, half, y)));
+  return table;
+}
+
+Bytes build_out_forms(const DirectionEncodings& enc) {
+  const ByteMap from_out = inverse_of(enc.out);
+  Bytes table;
+  for (unsigned i = 0; i < 16; ++i)
+    for (unsigned n = 0; n < 256; ++n)
+      table.push_back(enc.out_position[i][from_out[n]]);
+  return table;
+}
+
+Bytes build_vote(const Copies& enc, const std::array<ByteMap, 16>& result) {
+  Bytes table(zel_whitebox::kVoteSize);
+  for (unsigned i = 0; i < 16; ++i) {
+    const ByteMap from[3] = {inverse_of(enc[0].out_position[i]),
+                             inverse_of(enc[1].out_position[i]),
+                             inverse_of(enc[2].out_position[i])};
+    for (unsigned half = 0; half < 2; ++half)
+      for (unsigned n = 0; n < 4096; ++n) {
+        const unsigned a = half_of(from[0], half, n >> 8);
+        const unsigned b = half_of(from[1], half, (n >> 4) & 15);
+        const unsigned c = half_of(from[2], half, n & 15);
+        const unsigned majority = (a & b) | (a & c) | (b & c);
+        table[(i * 2 + half) * 4096 + n] =
+            static_cast<uint8_t>(half_of(result[i], half, majority));
+      }
+  }
   return table;
 }
 

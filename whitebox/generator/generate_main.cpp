@@ -3,12 +3,15 @@
 //
 //   zel-wb-generate --seed FILE --out-dir DIR
 //
-// writes DIR/wb_enc_tables.cpp (encryptor core), DIR/wb_dec_tables.cpp
-// (decryptor core) and DIR/wb_table_size.cpp. The only inputs are the seed
+// writes DIR/wb_enc_tables.cpp (the key tables and the forward direction,
+// which the encryptor core and the decryptor's re-encryption use),
+// DIR/wb_dec_tables.cpp (the decryption direction) and
+// DIR/wb_table_size.cpp. The only inputs are the seed
 // file and this program: the same seed gives byte-identical files. The
 // files name the seed file, never its content. The encodings drawn from the
 // seed are wiped once their tables are written.
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 
 #include "aes_reference.h"
@@ -26,114 +29,154 @@ std::string base_name(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-std::string emit_key_tables(SourceWriter& w, const std::string& p,
-                            const KeyTableSet& k) {
-  return "{" + w.add_bytes(p + "unprotect_128", k.unprotect_128) + ", " +
-         w.add_bytes(p + "unprotect_256", k.unprotect_256) + ", " +
-         w.add_bytes(p + "key_xor", k.xor_) + ", " +
-         w.add_bytes(p + "key_sbox", k.sbox) + ", " +
-         w.add_bytes(p + "key_rcon", k.rcon) + "}";
+// field_order static-asserts that |type|'s fields come in the order the
+// positional initialisers below write them.
+std::string field_order(const std::string& type,
+                        std::initializer_list<const char*> fields) {
+  std::string text = "static_assert(";
+  const char* previous = nullptr;
+  for (const char* field : fields) {
+    if (previous != nullptr)
+      text += std::string(text.back() == '(' ? "" : " &&\n    ") +
+              "offsetof(" + type + ", " + previous + ") < offsetof(" + type +
+              ", " + field + ")";
+    previous = field;
+  }
+  return text + ",\n    \"the runtime's " + type + " changed\");\n";
 }
 
-std::string emit_mix_xor(SourceWriter& w, const std::string& p,
-                         const Bytes (&mix)[3]) {
-  return "{" + w.add_bytes(p + "mix_xor_a", mix[0]) + ", " +
-         w.add_bytes(p + "mix_xor_b", mix[1]) + ", " +
-         w.add_bytes(p + "mix_xor_r", mix[2]) + "}";
+std::string emit_schedule(SourceWriter& w, const std::string& p,
+                          const KeyScheduleSet& k, unsigned key_len) {
+  const std::string n = key_len == 16 ? "128" : "256";
+  return "{" +
+         w.add_bytes(p + "unprotect", k.unprotect, std::to_string(key_len) + " * 256") +
+         ", " + w.add_bytes(p + "sub_word", k.sub_word, "kSubWords" + n + " * 4 * 256") +
+         ", " + w.add_bytes(p + "xor", k.xor_, "(kWords" + n + " - " +
+                                                  std::to_string(key_len / 4) + ") * 4 * 512") +
+         ", " + w.add_bytes(p + "to_key_form", k.to_key_form, "kWords" + n + " * 4 * 256") +
+         "}";
 }
 
-std::string emit_forward_tables(SourceWriter& w, const std::string& p,
-                                const ForwardTableSet& f) {
-  std::string text = "{" + w.add_bytes(p + "input_xor", f.input_xor) + ", ";
-  text += w.add_bytes(p + "entry_index", f.entry_index) + ", ";
-  text += w.add_bytes(p + "reencode", f.reencode) + ", ";
-  text += emit_mix_xor(w, p, f.mix_xor) + ", ";
-  text += w.add_words(p + "sbox_mix", f.sbox_mix) + ", ";
-  text += w.add_bytes(p + "key_xor", f.key_xor) + ", ";
-  text += w.add_bytes(p + "last_sbox", f.last_sbox) + ", ";
-  text += w.add_bytes(p + "last_key_xor", f.last_key_xor) + "}";
-  return text;
+std::string emit_copy(SourceWriter& w, const std::string& p,
+                      const CopyTableSet& c, bool inverse) {
+  std::string text = "{";
+  text += w.add_bytes(p + "entry_index", c.entry_index,
+                      inverse ? "kInverseIndexSize" : "kForwardIndexSize");
+  text += ", " + w.add_bytes(p + "reencode", c.reencode, "kReencodeSize");
+  text += ", {" + w.add_bytes(p + "mix_xor_a", c.mix_xor[0], "kXorTableSize");
+  text += ", " + w.add_bytes(p + "mix_xor_b", c.mix_xor[1], "kXorTableSize");
+  text += ", " + w.add_bytes(p + "mix_xor_r", c.mix_xor[2], "kXorTableSize");
+  text += "}, " + w.add_words(p + "sbox_mix", c.sbox_mix, "kSboxMixSize");
+  text += ", " + (inverse ? w.add_bytes(p + "first_key_xor", c.first_key_xor,
+                                        "kNibbleXorSize")
+                          : std::string("nullptr"));
+  text += ", " + w.add_bytes(p + "sbox_step", c.sbox_step, "256");
+  text += ", " + w.add_bytes(p + "key_xor", c.key_xor, "kNibbleXorSize");
+  text += ", " + w.add_bytes(p + "last_key_xor", c.last_key_xor,
+                             "kNibbleXorSize");
+  text += ", " + w.add_bytes(p + "out_form", c.out_form, "kPositionMapsSize");
+  return text + "}";
 }
 
-std::string emit_inverse_tables(SourceWriter& w, const std::string& p,
-                                const InverseTableSet& i) {
-  std::string text =
-      "{" + w.add_bytes(p + "cipher_key_xor", i.cipher_key_xor) + ", ";
-  text += w.add_bytes(p + "inv_sbox", i.inv_sbox) + ", ";
-  text += w.add_bytes(p + "key_xor", i.key_xor) + ", ";
-  text += w.add_words(p + "sbox_mix", i.sbox_mix) + ", ";
-  text += emit_mix_xor(w, p, i.mix_xor) + ", ";
-  text += w.add_bytes(p + "entry_index", i.entry_index) + ", ";
-  text += w.add_bytes(p + "reencode", i.reencode) + ", ";
-  text += w.add_bytes(p + "yellow_xor", i.yellow_xor) + ", ";
-  text += w.add_bytes(p + "blue_xor", i.blue_xor) + "}";
-  return text;
+const std::string kCopyOrder = field_order(
+    "CopyTables", {"entry_index", "reencode", "mix_xor", "sbox_mix",
+                   "first_key_xor", "sbox_step", "key_xor", "last_key_xor",
+                   "out_form"});
+
+Copies draw_copies(ChaCha20Stream& stream, const uint8_t coefficients[4],
+                   bool inverse) {
+  Copies copies;
+  for (DirectionEncodings& copy : copies)
+    copy = draw_direction(stream, coefficients, inverse);
+  return copies;
 }
 
-// Each core draws from a stream of its own, in a fixed order: the key form,
-// then its directions, then its boundary forms.
+void wipe_copies(Copies& copies) {
+  for (DirectionEncodings& copy : copies)
+    zel_ref::secure_wipe(&copy, sizeof copy);
+}
+
+// The encryptor's stream gives the key form (both cores share it), the
+// forward copies and the white form (which is also the decryptor's blue).
 uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::vector<ByteMap>& protect_128,
                          const std::vector<ByteMap>& protect_256,
+                         ByteMap& key_form, ByteMap& white,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kEncryptorCore);
-  ByteMap key_form = random_encoding(stream);
-  DirectionEncodings forward = draw_direction(stream, kMixCoefficients, false);
-  ByteMap white = random_encoding(stream);
+  key_form = random_nibble_encoding(stream);
+  Copies forward = draw_copies(stream, kMixCoefficients, false);
+  white = random_encoding(stream);
 
   SourceWriter w(inputs);
-  const std::string keys = emit_key_tables(
-      w, "enc_", build_key_tables(key_form, protect_128, protect_256));
-  const std::string fwd = emit_forward_tables(
-      w, "enc_fwd_", build_forward_tables(forward, white, key_form));
+  const std::string keys =
+      "{" + emit_schedule(w, "ks128_", build_key_schedule(stream, key_form, protect_128), 16) +
+      ", " + emit_schedule(w, "ks256_", build_key_schedule(stream, key_form, protect_256), 32) +
+      "}";
+  const ForwardTableSet set = build_forward_tables(forward, white, key_form);
+  std::string fwd =
+      "{" + w.add_bytes("input_xor", set.input_xor, "kXorTableSize") + ", {";
+  for (unsigned c = 0; c < kCopies; ++c)
+    fwd += (c ? ", " : "") +
+           emit_copy(w, "fwd" + std::to_string(c) + "_", set.copy[c], false);
+  fwd += "}, " + w.add_bytes("fwd_vote", set.vote, "kVoteSize") + "}";
   const uint64_t bytes = w.table_bytes() + 256;
   w.close_tables();
-  w.append("extern const KeyTables enc_key_tables = " + keys + ";\n");
-  w.append("extern const ForwardTables enc_forward_tables = " + fwd + ";\n\n");
+  w.append(field_order("KeySchedule", {"unprotect", "sub_word", "xor_",
+                                       "to_key_form"}));
+  w.append(field_order("KeyTables", {"aes128", "aes256"}));
+  w.append(kCopyOrder);
+  w.append(field_order("ForwardTables", {"input_xor", "copy", "vote"}));
+  w.append("extern const KeyTables key_tables = " + keys + ";\n");
+  w.append("extern const ForwardTables forward_tables = " + fwd + ";\n\n");
   w.append("}  // namespace zel_whitebox\n\nnamespace wb_enc {\n");
-  w.append("alignas(64) const uint8_t wb_input_encoding[256] = " +
+  w.append("alignas(64) const uint8_t wb_input_encoding[256] ZEL_WB_TABLE = " +
            SourceWriter::byte_list(Bytes(white.begin(), white.end())) +
            ";\n}  // namespace wb_enc\n");
   ok = w.write_file(path) && ok;
-  zel_ref::secure_wipe(&forward, sizeof forward);
-  zel_ref::secure_wipe(key_form.data(), key_form.size());
+  wipe_copies(forward);
   return bytes;
 }
 
 uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
-                         const std::vector<ByteMap>& protect_128,
-                         const std::vector<ByteMap>& protect_256,
+                         const ByteMap& key_form, const ByteMap& blue,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kDecryptorCore);
-  ByteMap key_form = random_encoding(stream);
-  DirectionEncodings forward = draw_direction(stream, kMixCoefficients, false);
-  DirectionEncodings inverse =
-      draw_direction(stream, kInvMixCoefficients, true);
+  Copies inverse = draw_copies(stream, kInvMixCoefficients, true);
   ByteMap yellow = random_encoding(stream);
-  ByteMap blue = random_encoding(stream);
+  std::array<ByteMap, 16> voted, chained;
+  for (unsigned i = 0; i < 16; ++i) {
+    voted[i] = random_nibble_encoding(stream);
+    chained[i] = random_nibble_encoding(stream);
+  }
 
   SourceWriter w(inputs);
-  const std::string keys = emit_key_tables(
-      w, "dec_", build_key_tables(key_form, protect_128, protect_256));
-  const std::string fwd = emit_forward_tables(
-      w, "dec_fwd_", build_forward_tables(forward, blue, key_form));
-  const std::string inv = emit_inverse_tables(
-      w, "dec_inv_", build_inverse_tables(inverse, key_form, yellow, blue));
+  const InverseTableSet set =
+      build_inverse_tables(inverse, key_form, voted, chained, yellow, blue);
+  std::string inv = "{{";
+  for (unsigned c = 0; c < kCopies; ++c)
+    inv += (c ? ", " : "") +
+           emit_copy(w, "inv" + std::to_string(c) + "_", set.copy[c], true);
+  inv += "}, " + w.add_bytes("inv_vote", set.vote, "kVoteSize");
+  inv += ", " + w.add_bytes("chain_xor", set.chain_xor, "kChainXorSize");
+  inv += ", " + w.add_bytes("yellow", set.yellow, "kPositionMapsSize");
+  inv += ", " + w.add_bytes("blue", set.blue, "kPositionMapsSize") + "}";
   const uint64_t bytes = w.table_bytes() + 256;
   w.close_tables();
-  w.append("extern const KeyTables dec_key_tables = " + keys + ";\n");
-  w.append("extern const ForwardTables dec_forward_tables = " + fwd + ";\n");
-  w.append("extern const InverseTables dec_inverse_tables = " + inv +
+  w.append(kCopyOrder);
+  w.append(field_order("InverseTables",
+                       {"copy", "vote", "chain_xor", "yellow", "blue"}));
+  w.append("extern const InverseTables inverse_tables = " + inv +
            ";\n\n}  // namespace zel_whitebox\n\nnamespace wb_dec {\n");
   const ByteMap decoding = inverse_of(yellow);
-  w.append("alignas(64) const uint8_t wb_output_decoding[256] = " +
+  w.append("alignas(64) const uint8_t wb_output_decoding[256] ZEL_WB_TABLE = " +
            SourceWriter::byte_list(Bytes(decoding.begin(), decoding.end())) +
            ";\n}  // namespace wb_dec\n");
   ok = w.write_file(path) && ok;
-  zel_ref::secure_wipe(&forward, sizeof forward);
-  zel_ref::secure_wipe(&inverse, sizeof inverse);
-  for (ByteMap* map : {&key_form, &yellow, &blue})
-    zel_ref::secure_wipe(map->data(), map->size());
+  wipe_copies(inverse);
+  zel_ref::secure_wipe(yellow.data(), yellow.size());
+  zel_ref::secure_wipe(&voted, sizeof voted);
+  zel_ref::secure_wipe(&chained, sizeof chained);
   return bytes;
 }
 
@@ -171,11 +214,14 @@ int run(int argc, char** argv) {
   std::vector<ByteMap> protect_128 = protection_maps(seed.bytes, 16);
   std::vector<ByteMap> protect_256 = protection_maps(seed.bytes, 32);
   bool ok = true;
+  ByteMap key_form, white;
   uint64_t bytes = write_encryptor(seed.bytes, inputs, protect_128,
-                                   protect_256, out_dir + "/wb_enc_tables.cpp",
-                                   ok);
-  bytes += write_decryptor(seed.bytes, inputs, protect_128, protect_256,
+                                   protect_256, key_form, white,
+                                   out_dir + "/wb_enc_tables.cpp", ok);
+  bytes += write_decryptor(seed.bytes, inputs, key_form, white,
                            out_dir + "/wb_dec_tables.cpp", ok);
+  zel_ref::secure_wipe(key_form.data(), key_form.size());
+  zel_ref::secure_wipe(white.data(), white.size());
   wipe_maps(protect_128);
   wipe_maps(protect_256);
   ok = write_table_size(inputs, bytes, out_dir + "/wb_table_size.cpp") && ok;

@@ -3,35 +3,50 @@
 #include "table_sets.h"
 
 namespace zel_wbgen {
+namespace {
 
-InverseTableSet build_inverse_tables(const DirectionEncodings& enc,
-                                     const ByteMap& key_form,
-                                     const ByteMap& yellow,
-                                     const ByteMap& blue) {
+CopyTableSet build_copy(const DirectionEncodings& enc,
+                        const ByteMap& key_form) {
   const ByteMap from_entry = inverse_of(enc.entry);
-  const ByteMap from_key = inverse_of(key_form);
-  const ByteMap from_sbox_out = inverse_of(enc.sbox_out);
-  const ByteMap from_sbox_in = inverse_of(enc.sbox_in);
-  InverseTableSet set;
-  set.cipher_key_xor.resize(256 * 256);
-  set.key_xor.resize(256 * 256);
-  set.yellow_xor.resize(256 * 256);
-  set.blue_xor.resize(256 * 256);
-  set.inv_sbox.resize(256);
-  for (unsigned a = 0; a < 256; ++a) {
-    set.inv_sbox[a] = enc.sbox_out[zel_ref::aes_inv_sbox(from_entry[a])];
-    for (unsigned b = 0; b < 256; ++b) {
-      set.cipher_key_xor[a * 256 + b] = enc.entry[b ^ from_key[a]];
-      set.key_xor[a * 256 + b] = enc.sbox_in[from_sbox_out[b] ^ from_key[a]];
-      set.yellow_xor[a * 256 + b] = yellow[from_sbox_in[a] ^ b];
-      set.blue_xor[a * 256 + b] = blue[from_sbox_in[a] ^ b];
-    }
-  }
+  CopyTableSet set;
   // Layer 0 reads the ciphertext itself: maps start at layer 1.
   set.entry_index = build_layer_maps(enc, enc.entry, 1);
   set.reencode = build_reencode(enc);
   for (unsigned t = 0; t < 3; ++t) set.mix_xor[t] = build_mix_xor(enc, t);
   set.sbox_mix = build_sbox_mix(enc, kInvMixCoefficients, false);
+  set.first_key_xor = nibble_xor_table(key_form, identity_map(), enc.entry);
+  set.sbox_step.resize(256);
+  for (unsigned u = 0; u < 256; ++u)
+    set.sbox_step[u] = enc.sbox_out[zel_ref::aes_inv_sbox(from_entry[u])];
+  set.key_xor = nibble_xor_table(key_form, enc.sbox_out, enc.sbox_in);
+  set.last_key_xor = nibble_xor_table(key_form, enc.sbox_out, enc.out);
+  set.out_form = build_out_forms(enc);
+  return set;
+}
+
+}  // namespace
+
+InverseTableSet build_inverse_tables(const Copies& enc,
+                                     const ByteMap& key_form,
+                                     const std::array<ByteMap, 16>& voted,
+                                     const std::array<ByteMap, 16>& chained,
+                                     const ByteMap& yellow,
+                                     const ByteMap& blue) {
+  InverseTableSet set;
+  for (unsigned c = 0; c < kCopies; ++c)
+    set.copy[c] = build_copy(enc[c], key_form);
+  set.vote = build_vote(enc, voted);
+  for (unsigned i = 0; i < 16; ++i) {
+    const Bytes chain_xor =
+        nibble_xor_table(voted[i], identity_map(), chained[i]);
+    set.chain_xor.insert(set.chain_xor.end(), chain_xor.begin(),
+                         chain_xor.end());
+    const ByteMap from_chained = inverse_of(chained[i]);
+    for (unsigned v = 0; v < 256; ++v) {
+      set.yellow.push_back(yellow[from_chained[v]]);
+      set.blue.push_back(blue[from_chained[v]]);
+    }
+  }
   return set;
 }
 

@@ -1,43 +1,52 @@
-// key_tables.cpp: the tables that turn the protected key into a core's key
-// form and run the key schedule on it.
+// key_tables.cpp: the tables that turn the protected key into the key
+// schedule's forms, run the key schedule on them and hand the expanded
+// bytes over in the key form.
 #include <cstddef>
 
 #include "aes_reference.h"
 #include "table_sets.h"
 
 namespace zel_wbgen {
-namespace {
 
-Bytes unprotect_table(const ByteMap& key_form,
-                      const std::vector<ByteMap>& protect) {
-  Bytes table(protect.size() * 256);
-  for (std::size_t j = 0; j < protect.size(); ++j)
+KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
+                                  const ByteMap& key_form,
+                                  const std::vector<ByteMap>& protect) {
+  const unsigned key_len = static_cast<unsigned>(protect.size());
+  const unsigned nk = key_len / 4, words = 4 * (nk + 7);
+  std::vector<ByteMap> word_form(4 * words);  // KW[n][b] at 4n + b
+  for (ByteMap& form : word_form) form = random_nibble_encoding(stream);
+  KeyScheduleSet set;
+  set.unprotect.resize(key_len * 256);
+  for (unsigned j = 0; j < key_len; ++j)
     for (unsigned k = 0; k < 256; ++k)
-      table[j * 256 + protect[j][k]] = key_form[k];
-  return table;
-}
-
-}  // namespace
-
-KeyTableSet build_key_tables(const ByteMap& key_form,
-                             const std::vector<ByteMap>& protect_128,
-                             const std::vector<ByteMap>& protect_256) {
-  const ByteMap from_key = inverse_of(key_form);
-  KeyTableSet set;
-  set.unprotect_128 = unprotect_table(key_form, protect_128);
-  set.unprotect_256 = unprotect_table(key_form, protect_256);
-  set.xor_.resize(256 * 256);
-  set.sbox.resize(256);
-  for (unsigned a = 0; a < 256; ++a) {
-    set.sbox[a] = key_form[zel_ref::aes_sbox(from_key[a])];
-    for (unsigned b = 0; b < 256; ++b)
-      set.xor_[a * 256 + b] = key_form[from_key[a] ^ from_key[b]];
-  }
+      set.unprotect[j * 256 + protect[j][k]] = word_form[j][k];
   uint8_t rcon = 1;
-  for (unsigned step = 0; step < 10; ++step) {
-    set.rcon.push_back(key_form[rcon]);
-    rcon = zel_ref::gf_mul(rcon, 2);
+  for (unsigned n = nk; n < words; ++n) {
+    const bool rot = n % nk == 0;
+    ByteMap second[4];
+    for (unsigned b = 0; b < 4; ++b) second[b] = word_form[4 * (n - 1) + b];
+    if (rot || (nk == 8 && n % nk == 4)) {
+      for (unsigned b = 0; b < 4; ++b) {
+        second[b] = random_nibble_encoding(stream);  // T[step][b]
+        const ByteMap from = inverse_of(word_form[4 * (n - 1) + (rot ? (b + 1) & 3 : b)]);
+        const uint8_t constant = rot && b == 0 ? rcon : 0;
+        for (unsigned x = 0; x < 256; ++x)
+          set.sub_word.push_back(
+              second[b][zel_ref::aes_sbox(from[x]) ^ constant]);
+      }
+      if (rot) rcon = zel_ref::gf_mul(rcon, 2);
+    }
+    for (unsigned b = 0; b < 4; ++b) {
+      const Bytes table = nibble_xor_table(word_form[4 * (n - nk) + b],
+                                           second[b], word_form[4 * n + b]);
+      set.xor_.insert(set.xor_.end(), table.begin(), table.end());
+    }
   }
+  for (const ByteMap& form : word_form) {
+    const ByteMap from = inverse_of(form);
+    for (unsigned x = 0; x < 256; ++x) set.to_key_form.push_back(key_form[from[x]]);
+  }
+  for (ByteMap& form : word_form) zel_ref::secure_wipe(form.data(), form.size());
   return set;
 }
 

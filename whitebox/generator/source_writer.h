@@ -1,8 +1,8 @@
 // source_writer.h: writes generated tables as a C++ source file.
 //
 // Every array goes into an unnamed namespace, 64-byte aligned (a cache
-// line), and is then reachable only through the table structs the caller
-// writes after it. Output depends only on the arrays and names given, so
+// line), into the section zel_wb_tables (ZEL_WB_TABLE), and is then
+// reachable only through the table structs the caller writes after it. Output depends only on the arrays and names given, so
 // the same tables give the same bytes.
 #ifndef ZEL_WHITEBOX_GENERATOR_SOURCE_WRITER_H
 #define ZEL_WHITEBOX_GENERATOR_SOURCE_WRITER_H
@@ -19,11 +19,16 @@ class SourceWriter {
   // |inputs| names what the file was generated from (never a secret).
   explicit SourceWriter(const std::string& inputs);
 
-  // add_bytes / add_words define an internal array and return its name.
+  // add_bytes / add_words define an internal array in the table section
+  // and return its name; the source static-asserts that the array has
+  // |size| elements, an expression over the runtime's size constants
+  // (wb_tables.h), so a runtime whose layout changed does not compile.
   std::string add_bytes(const std::string& name,
-                        const std::vector<uint8_t>& data);
+                        const std::vector<uint8_t>& data,
+                        const std::string& size);
   std::string add_words(const std::string& name,
-                        const std::vector<uint32_t>& data);
+                        const std::vector<uint32_t>& data,
+                        const std::string& size);
 
   // close_tables ends the unnamed namespace; text after it is written as
   // given (struct definitions, the boundary's tables).
@@ -39,6 +44,8 @@ class SourceWriter {
   static std::string byte_list(const std::vector<uint8_t>& data);
 
  private:
+  void assert_size(const std::string& name, const std::string& size);
+
   std::ostringstream out_;
   uint64_t table_bytes_ = 0;
 };

@@ -1,11 +1,13 @@
-// table_sets.h: the generated tables of one core, as the generator builds
-// them before writing them out. Field names and layouts follow the runtime's
-// KeyTables, ForwardTables and InverseTables (whitebox/runtime/wb_tables.h).
+// table_sets.h: the generated tables, as the generator builds them before
+// writing them out. Field names and layouts follow the runtime's
+// KeyTables, CopyTables, ForwardTables and InverseTables
+// (whitebox/runtime/wb_tables.h), whose size constants they use.
 //
 // Build time only; no constant-time requirement.
 #ifndef ZEL_WHITEBOX_GENERATOR_TABLE_SETS_H
 #define ZEL_WHITEBOX_GENERATOR_TABLE_SETS_H
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -17,36 +19,48 @@ namespace zel_wbgen {
 using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint32_t>;
 
-struct KeyTableSet {
-  Bytes unprotect_128, unprotect_256, xor_, sbox, rcon;
+struct KeyScheduleSet {
+  Bytes unprotect, sub_word, xor_, to_key_form;
+};
+
+struct CopyTableSet {
+  Bytes entry_index, reencode, mix_xor[3], first_key_xor, sbox_step, key_xor,
+      last_key_xor, out_form;
+  Words sbox_mix;
 };
 
 struct ForwardTableSet {
-  Bytes input_xor, entry_index, reencode, mix_xor[3], key_xor, last_sbox,
-      last_key_xor;
-  Words sbox_mix;
+  Bytes input_xor;
+  CopyTableSet copy[kCopies];
+  Bytes vote;
 };
 
 struct InverseTableSet {
-  Bytes cipher_key_xor, inv_sbox, key_xor, mix_xor[3], entry_index, reencode,
-      yellow_xor, blue_xor;
-  Words sbox_mix;
+  CopyTableSet copy[kCopies];
+  Bytes vote, chain_xor, yellow, blue;
 };
 
-// build_key_tables: |key_form| is the core's KE; |protect_128| and
-// |protect_256| are the protection maps of the key form (key_protection.h).
-KeyTableSet build_key_tables(const ByteMap& key_form,
-                             const std::vector<ByteMap>& protect_128,
-                             const std::vector<ByteMap>& protect_256);
+using Copies = std::array<DirectionEncodings, kCopies>;
 
-// build_forward_tables: |input_form| is the form of the direction's input
-// bytes (white for the encryptor core, blue for the decryptor's).
-ForwardTableSet build_forward_tables(const DirectionEncodings& enc,
-                                     const ByteMap& input_form,
+// build_key_schedule draws the schedule's forms of one key size from
+// |stream| and builds its tables; |key_form| is KE, |protect| the
+// protection maps of that key size (key_protection.h).
+KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
+                                  const ByteMap& key_form,
+                                  const std::vector<ByteMap>& protect);
+
+// build_forward_tables: |white| is the form of the direction's input bytes
+// (the encryptor's white, which is also the decryptor's blue). All copies
+// share the entry form U of copy 0.
+ForwardTableSet build_forward_tables(const Copies& enc, const ByteMap& white,
                                      const ByteMap& key_form);
 
-InverseTableSet build_inverse_tables(const DirectionEncodings& enc,
+// build_inverse_tables: |voted| are the forms M[i] of the voted nibbles,
+// |chained| the forms Y[i] after the CBC XOR.
+InverseTableSet build_inverse_tables(const Copies& enc,
                                      const ByteMap& key_form,
+                                     const std::array<ByteMap, 16>& voted,
+                                     const std::array<ByteMap, 16>& chained,
                                      const ByteMap& yellow,
                                      const ByteMap& blue);
 
@@ -57,6 +71,15 @@ Bytes build_layer_maps(const DirectionEncodings& enc, const ByteMap& source,
 Bytes build_reencode(const DirectionEncodings& enc);
 Words build_sbox_mix(const DirectionEncodings& enc,
                      const uint8_t coefficients[4], bool apply_sbox);
+// nibble_xor_table: inputs in forms |a| and |b|, output in form |out|, all
+// nibble encodings (the identity for a plain input).
+Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b, const ByteMap& out);
+// build_out_forms: [i][N(v)] -> N[i](v).
+Bytes build_out_forms(const DirectionEncodings& enc);
+// build_vote: [i][half][three copies' nibbles] -> result[i] of their
+// bitwise majority (|result| the identity for plain output).
+Bytes build_vote(const Copies& enc, const std::array<ByteMap, 16>& result);
+ByteMap identity_map();
 
 }  // namespace zel_wbgen
 

@@ -1,6 +1,7 @@
 // aes_reference.cpp: plain AES, byte-oriented, without secret-indexed
 // tables. See aes_reference.h.
 #include "aes_reference.h"
+#include "../wiped_buffer.h"
 
 #include <cstring>
 
@@ -162,10 +163,7 @@ uint8_t aes_inv_sbox(uint8_t x) {
   return static_cast<uint8_t>(lanes_inverse(lanes_inv_affine(x)));
 }
 
-void secure_wipe(void* p, unsigned long len) {
-  volatile uint8_t* bytes = static_cast<volatile uint8_t*>(p);
-  while (len--) *bytes++ = 0;
-}
+void secure_wipe(void* p, unsigned long len) { zel_wb::wipe(p, len); }
 
 void aes_wipe(AesKeySchedule& schedule) {
   secure_wipe(&schedule, sizeof schedule);

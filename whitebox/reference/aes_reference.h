@@ -51,7 +51,8 @@ uint8_t aes_inv_sbox(uint8_t x);
 uint8_t gf_mul(uint8_t a, uint8_t b);
 
 // secure_wipe overwrites |len| bytes at |p| with zeros in a way the
-// compiler does not remove.
+// compiler does not remove: the library's one wipe, zel_wb::wipe
+// (whitebox/wiped_buffer.h), under the reference AES's name.
 void secure_wipe(void* p, unsigned long len);
 
 // aes_wipe clears a key schedule.

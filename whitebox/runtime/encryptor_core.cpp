@@ -1,33 +1,35 @@
 // encryptor_core.cpp: the white-box encryptor core behind wb_core.h.
 //
 // A key setup turns the protected key into key-form round keys, builds the
-// keyed tables into the working block and wipes the round keys; the CBC
-// routines then run on the keyed tables and the generated ones alone. The
-// chaining value is ciphertext (or the public IV) and is kept plain.
+// keyed tables of the three copies into the working block and wipes the
+// round keys; setting up the key the state already holds only restarts the
+// chain (key_reuse.h). The CBC routines then run on the keyed tables and
+// the generated ones alone. The chaining value is ciphertext (or the public
+// IV) and is kept plain.
 //
-// Constant time: see forward_engine.h and key_schedule.h.
+// Constant time: see forward_engine.h, key_schedule.h and key_reuse.h.
 #include <cstring>
 
-#include "aes_reference.h"
 #include "forward_engine.h"
+#include "key_reuse.h"
 #include "key_schedule.h"
 #include "keyed_tables.h"
 #include "wb_core.h"
 #include "wb_tables.h"
+#include "wiped_buffer.h"
 
 namespace wb_enc {
 namespace {
-
-using zel_whitebox::enc_forward_tables;
-using zel_whitebox::enc_key_tables;
 
 // The initial chaining value of the key-only setups, shared with the
 // decryptor core: sixteen zero bytes.
 constexpr uint8_t kKeyOnlyInitialValue[16] = {0};
 
 struct EncryptorWork : WbCoreWork {
-  zel_whitebox::KeyedTables keyed;
+  zel_whitebox::KeyedCopies keyed;
   uint8_t chain[16];
+  uint8_t held_key[32];  // the protected key the keyed tables were built
+                         // from; state.aux is its length (0: none)
 };
 
 EncryptorWork& work_of(WbCoreState& state) {
@@ -37,20 +39,17 @@ EncryptorWork& work_of(WbCoreState& state) {
 void key_setup(WbCoreState& state, const uint8_t* protected_key,
                unsigned key_len, const uint8_t* iv) {
   EncryptorWork& work = work_of(state);
-  zel_whitebox::RoundKeys keys;
-  zel_whitebox::expand_protected_key(enc_key_tables, protected_key, key_len,
-                                     keys);
-  zel_whitebox::build_forward_tables(enc_forward_tables, keys,
-                                     key_len / 4 + 6, work.keyed);
-  zel_ref::secure_wipe(&keys, sizeof keys);
   std::memcpy(work.chain, iv, 16);
-}
-
-void cbc_encrypt(WbCoreState& state, unsigned rounds,
-                 const zel_wb::WbCbcParams& params) {
-  EncryptorWork& work = work_of(state);
-  zel_whitebox::forward_cbc(enc_forward_tables, work.keyed, rounds,
-                            work.chain, params);
+  if (zel_whitebox::holds_key(state.aux, work.held_key, protected_key,
+                              key_len))
+    return;
+  zel_whitebox::RoundKeys keys;
+  zel_whitebox::expand_protected_key(zel_whitebox::key_tables, protected_key,
+                                     key_len, keys);
+  zel_whitebox::build_forward_tables(keys, key_len / 4 + 6, work.keyed);
+  zel_wb::wipe(&keys, sizeof keys);
+  std::memcpy(work.held_key, protected_key, key_len);
+  state.aux = key_len;
 }
 
 }  // namespace
@@ -70,10 +69,12 @@ void wb_key_iv_setup_256(WbCoreState& s) {
   key_setup(s, s.work->key_iv_setup_256.key, 32, s.work->key_iv_setup_256.iv);
 }
 void wb_cbc_encrypt_128(WbCoreState& s) {
-  cbc_encrypt(s, 10, s.work->cbc_encrypt_128);
+  zel_whitebox::forward_cbc(work_of(s).keyed, 10, work_of(s).chain,
+                            s.work->cbc_encrypt_128);
 }
 void wb_cbc_encrypt_256(WbCoreState& s) {
-  cbc_encrypt(s, 14, s.work->cbc_encrypt_256);
+  zel_whitebox::forward_cbc(work_of(s).keyed, 14, work_of(s).chain,
+                            s.work->cbc_encrypt_256);
 }
 
 }  // namespace wb_enc

@@ -3,57 +3,52 @@
 
 #include <cstring>
 
-#include "aes_reference.h"
 #include "column_mix.h"
 #include "wb_trace.h"
+#include "wiped_buffer.h"
 
 namespace zel_whitebox {
+namespace {
 
-void build_forward_tables(const ForwardTables& tables, const RoundKeys& keys,
-                          unsigned rounds, KeyedTables& keyed) {
+void build_copy(const CopyTables& tables, const RoundKeys& keys,
+                unsigned rounds, CopyWork& out) {
   // Layers an earlier AES-256 key left behind go too. A plain memset is
   // enough: the working block is read again, so the store stays.
-  std::memset(keyed.mix[rounds - 1], 0,
-              sizeof keyed.mix - sizeof keyed.mix[0] * (rounds - 1));
+  std::memset(out.mix[rounds - 1], 0,
+              sizeof out.mix - sizeof out.mix[0] * (rounds - 1));
   for (unsigned l = 0; l + 1 < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
-      const uint8_t* key_xor = tables.key_xor + keys.bytes[16 * l + i] * 256;
+      const unsigned k = keys.bytes[16 * l + i];
       const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
       const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
-      uint32_t* out = keyed.mix[l][i];
-      for (unsigned u = 0; u < 256; ++u) out[index[u]] = sbox_mix[key_xor[u]];
+      uint32_t* mix = out.mix[l][i];
+      for (unsigned u = 0; u < 256; ++u)
+        mix[index[u]] = sbox_mix[nibble_xor(tables.key_xor, k, u)];
     }
   const unsigned l = rounds - 1;
   for (unsigned i = 0; i < 16; ++i) {
-    const uint8_t* key_xor = tables.key_xor + keys.bytes[16 * l + i] * 256;
-    const uint8_t* last_key_xor =
-        tables.last_key_xor + keys.bytes[16 * rounds + forward_dest(i)] * 256;
+    const unsigned k = keys.bytes[16 * l + i];
+    const unsigned dest = forward_dest(i);
+    const unsigned last_k = keys.bytes[16 * rounds + dest];
     const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
-    uint8_t* out = keyed.last[i];
-    for (unsigned u = 0; u < 256; ++u)
-      out[index[u]] = last_key_xor[tables.last_sbox[key_xor[u]]];
+    const uint8_t* out_form = tables.out_form + dest * 256;
+    uint8_t* last = out.last[i];
+    for (unsigned u = 0; u < 256; ++u) {
+      const uint8_t s = tables.sbox_step[nibble_xor(tables.key_xor, k, u)];
+      last[index[u]] = out_form[nibble_xor(tables.last_key_xor, last_k, s)];
+    }
   }
 }
 
-namespace {
-
-// Scratch holds one block's encoded state and terms; forward_cbc wipes it
-// once after the last block.
-struct Scratch {
-  uint8_t state[16];
-  uint32_t terms[16];
-};
-
-void encrypt_block(const ForwardTables& tables, const KeyedTables& keyed,
-                   unsigned rounds, const uint8_t* in, uint8_t chain[16],
-                   Scratch& scratch) {
-  uint8_t* state = scratch.state;
-  uint32_t* terms = scratch.terms;
-  for (unsigned i = 0; i < 16; ++i) {
-    const unsigned entry =
-        ZEL_WB_TRACE(0u, tables.input_xor[in[i] * 256 + chain[i]]);
-    state[i] = ZEL_WB_TRACE(0u, tables.entry_index[i * 256 + entry]);
-  }
+// run_copy computes one copy of the block whose U-form entry bytes are in
+// keyed.entry; the output lands in work.out (forms N[i] of the copy).
+void run_copy(const CopyTables& tables, const uint8_t entry[16],
+              unsigned rounds, CopyWork& work) {
+  const CopyWork& keyed = work;
+  uint8_t* state = work.state;
+  uint32_t* terms = work.terms;
+  for (unsigned i = 0; i < 16; ++i)
+    state[i] = ZEL_WB_TRACE(0u, tables.entry_index[i * 256 + entry[i]]);
   for (unsigned l = 0; l + 1 < rounds; ++l) {
     for (unsigned i = 0; i < 16; ++i)
       terms[i] = ZEL_WB_TRACE(l, keyed.mix[l][i][state[i]]);
@@ -62,21 +57,38 @@ void encrypt_block(const ForwardTables& tables, const KeyedTables& keyed,
                                         state);
   }
   for (unsigned i = 0; i < 16; ++i)
-    chain[forward_dest(i)] =
+    work.out[forward_dest(i)] =
         ZEL_WB_TRACE(rounds - 1, keyed.last[i][state[i]]);
 }
 
 }  // namespace
 
-void forward_cbc(const ForwardTables& tables, const KeyedTables& keyed,
-                 unsigned rounds, uint8_t chain[16],
+void build_forward_tables(const RoundKeys& keys, unsigned rounds,
+                          KeyedCopies& keyed) {
+  for (unsigned c = 0; c < kCopies; ++c)
+    build_copy(forward_tables.copy[c], keys, rounds, keyed.copy[c]);
+}
+
+void forward_cbc(KeyedCopies& keyed, unsigned rounds, uint8_t chain[16],
                  const zel_wb::WbCbcParams& params) {
-  Scratch scratch;
+  const ForwardTables& tables = forward_tables;
   for (uint32_t offset = 0; offset < params.size; offset += 16) {
-    encrypt_block(tables, keyed, rounds, params.in + offset, chain, scratch);
-    for (unsigned i = 0; i < 16; ++i) params.out[offset + i] = chain[i];
+    const uint8_t* in = params.in + offset;
+    for (unsigned i = 0; i < 16; ++i)
+      keyed.entry[i] =
+          ZEL_WB_TRACE(0u, tables.input_xor[in[i] * 256 + chain[i]]);
+    for (unsigned c = 0; c < kCopies; ++c)
+      run_copy(tables.copy[c], keyed.entry, rounds, keyed.copy[c]);
+    for (unsigned i = 0; i < 16; ++i)
+      chain[i] = vote_byte(tables.vote, keyed, i, rounds);
+    std::memcpy(params.out + offset, chain, 16);
   }
-  zel_ref::secure_wipe(&scratch, sizeof scratch);
+  zel_wb::wipe(keyed.entry, sizeof keyed.entry);
+  for (CopyWork& copy : keyed.copy) {
+    zel_wb::wipe(copy.terms, sizeof copy.terms);
+    zel_wb::wipe(copy.state, sizeof copy.state);
+    zel_wb::wipe(copy.out, sizeof copy.out);
+  }
 }
 
 }  // namespace zel_whitebox

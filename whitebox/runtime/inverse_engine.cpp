@@ -3,66 +3,57 @@
 
 #include <cstring>
 
-#include "aes_reference.h"
 #include "column_mix.h"
 #include "wb_trace.h"
+#include "wiped_buffer.h"
 
 namespace zel_whitebox {
+namespace {
 
-void build_inverse_tables(const InverseTables& tables, const RoundKeys& keys,
-                          unsigned rounds, KeyedTables& keyed) {
-  // Layers an earlier AES-256 key left behind go too. A plain memset is
-  // enough: the working block is read again, so the store stays.
-  std::memset(keyed.mix[rounds - 1], 0,
-              sizeof keyed.mix - sizeof keyed.mix[0] * (rounds - 1));
-  // Layer l undoes AES round rounds - l: its look-up adds round key
-  // rounds - 1 - l after the inverse S-box; layer 0 also adds the last
-  // round key to the ciphertext byte it is indexed by.
+// Layer l undoes AES round rounds - l: its look-up adds round key
+// rounds - 1 - l after the inverse S-box; layer 0 also adds the last round
+// key to the ciphertext byte it is indexed by.
+void build_copy(const CopyTables& tables, const RoundKeys& keys,
+                unsigned rounds, CopyWork& out) {
+  std::memset(out.mix[rounds - 1], 0,
+              sizeof out.mix - sizeof out.mix[0] * (rounds - 1));
   for (unsigned i = 0; i < 16; ++i) {
-    const uint8_t* cipher_key_xor =
-        tables.cipher_key_xor + keys.bytes[16 * rounds + i] * 256;
-    const uint8_t* key_xor =
-        tables.key_xor +
-        keys.bytes[16 * (rounds - 1) + inverse_dest(i)] * 256;
+    const unsigned k = keys.bytes[16 * rounds + i];
+    const unsigned next_k = keys.bytes[16 * (rounds - 1) + inverse_dest(i)];
     const uint32_t* sbox_mix = tables.sbox_mix + i * 256;
-    uint32_t* out = keyed.mix[0][i];
-    for (unsigned c = 0; c < 256; ++c)
-      out[c] = sbox_mix[key_xor[tables.inv_sbox[cipher_key_xor[c]]]];
+    uint32_t* mix = out.mix[0][i];
+    for (unsigned c = 0; c < 256; ++c) {
+      const uint8_t s =
+          tables.sbox_step[nibble_xor(tables.first_key_xor, k, c)];
+      mix[c] = sbox_mix[nibble_xor(tables.key_xor, next_k, s)];
+    }
   }
   for (unsigned l = 1; l < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
-      const uint8_t* key_xor =
-          tables.key_xor +
-          keys.bytes[16 * (rounds - 1 - l) + inverse_dest(i)] * 256;
+      const unsigned dest = inverse_dest(i);
+      const unsigned k = keys.bytes[16 * (rounds - 1 - l) + dest];
       const uint8_t* index = tables.entry_index + ((l - 1) * 16 + i) * 256;
       if (l + 1 < rounds) {
         const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
-        uint32_t* out = keyed.mix[l][i];
+        uint32_t* mix = out.mix[l][i];
         for (unsigned u = 0; u < 256; ++u)
-          out[index[u]] = sbox_mix[key_xor[tables.inv_sbox[u]]];
+          mix[index[u]] =
+              sbox_mix[nibble_xor(tables.key_xor, k, tables.sbox_step[u])];
       } else {
-        uint8_t* out = keyed.last[i];
+        const uint8_t* out_form = tables.out_form + dest * 256;
+        uint8_t* last = out.last[i];
         for (unsigned u = 0; u < 256; ++u)
-          out[index[u]] = key_xor[tables.inv_sbox[u]];
+          last[index[u]] = out_form[nibble_xor(tables.last_key_xor, k,
+                                               tables.sbox_step[u])];
       }
     }
 }
 
-namespace {
-
-struct Scratch {
-  uint8_t state[16];
-  uint8_t decrypted[16];
-  uint32_t terms[16];
-};
-
-// decrypt_block leaves the decrypted block, before the CBC XOR, in the
-// form H of the output XOR tables.
-void decrypt_block(const InverseTables& tables, const KeyedTables& keyed,
-                   unsigned rounds, const uint8_t cipher[16],
-                   Scratch& scratch) {
-  uint8_t* state = scratch.state;
-  uint32_t* terms = scratch.terms;
+void run_copy(const CopyTables& tables, const uint8_t cipher[16],
+              unsigned rounds, CopyWork& work) {
+  const CopyWork& keyed = work;
+  uint8_t* state = work.state;
+  uint32_t* terms = work.terms;
   for (unsigned i = 0; i < 16; ++i)
     terms[i] = ZEL_WB_TRACE(0u, keyed.mix[0][i][cipher[i]]);
   mix_columns_encoded<inverse_source>(terms, tables.mix_xor, tables.reencode,
@@ -75,26 +66,44 @@ void decrypt_block(const InverseTables& tables, const KeyedTables& keyed,
                                         state);
   }
   for (unsigned i = 0; i < 16; ++i)
-    scratch.decrypted[inverse_dest(i)] =
+    work.out[inverse_dest(i)] =
         ZEL_WB_TRACE(rounds - 1, keyed.last[i][state[i]]);
 }
 
 }  // namespace
 
-void inverse_cbc(const InverseTables& tables, const KeyedTables& keyed,
-                 unsigned rounds, const uint8_t* output_xor,
-                 uint8_t chain[16], const zel_wb::WbCbcParams& params) {
-  Scratch scratch;
+void build_inverse_tables(const RoundKeys& keys, unsigned rounds,
+                          KeyedCopies& keyed) {
+  for (unsigned c = 0; c < kCopies; ++c)
+    build_copy(inverse_tables.copy[c], keys, rounds, keyed.copy[c]);
+}
+
+void inverse_cbc(KeyedCopies& keyed, unsigned rounds,
+                 const uint8_t* final_form, uint8_t chain[16],
+                 const zel_wb::WbCbcParams& params) {
+  const InverseTables& tables = inverse_tables;
   uint8_t cipher[16];  // public; copied so that |in| may equal |out|
   for (uint32_t offset = 0; offset < params.size; offset += 16) {
     std::memcpy(cipher, params.in + offset, 16);
-    decrypt_block(tables, keyed, rounds, cipher, scratch);
-    for (unsigned i = 0; i < 16; ++i)
-      params.out[offset + i] = ZEL_WB_TRACE(
-          rounds - 1, output_xor[scratch.decrypted[i] * 256 + chain[i]]);
+    for (unsigned c = 0; c < kCopies; ++c)
+      run_copy(tables.copy[c], cipher, rounds, keyed.copy[c]);
+    for (unsigned i = 0; i < 16; ++i) {
+      const unsigned voted = vote_byte(tables.vote, keyed, i, rounds);
+      const uint8_t* chain_xor = tables.chain_xor + i * 2 * 256;
+      const unsigned hi = ZEL_WB_TRACE(
+          rounds, chain_xor[(voted & 0xf0) | (chain[i] >> 4)]);
+      const unsigned lo = ZEL_WB_TRACE(
+          rounds, chain_xor[256 + ((voted & 15) << 4 | (chain[i] & 15))]);
+      params.out[offset + i] =
+          ZEL_WB_TRACE(rounds, final_form[i * 256 + (hi << 4 | lo)]);
+    }
     std::memcpy(chain, cipher, 16);
   }
-  zel_ref::secure_wipe(&scratch, sizeof scratch);
+  for (CopyWork& copy : keyed.copy) {
+    zel_wb::wipe(copy.terms, sizeof copy.terms);
+    zel_wb::wipe(copy.state, sizeof copy.state);
+    zel_wb::wipe(copy.out, sizeof copy.out);
+  }
 }
 
 }  // namespace zel_whitebox

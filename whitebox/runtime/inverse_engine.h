@@ -1,8 +1,9 @@
-// inverse_engine.h: AES decryption in CBC mode into an encoded plaintext
-// form (the decryptor core's yellow or blue form).
+// inverse_engine.h: AES decryption in CBC mode on encoded bytes for the
+// decryptor core, three independently encoded copies per block merged by a
+// bitwise majority; the last look-ups do the CBC XOR with the previous
+// ciphertext block and give yellow or blue bytes.
 //
-// Constant time: as forward_engine.h; the first layer is indexed by the
-// public ciphertext, the rest by encoded state bytes.
+// Constant time: as forward_engine.h.
 #ifndef ZEL_WHITEBOX_RUNTIME_INVERSE_ENGINE_H
 #define ZEL_WHITEBOX_RUNTIME_INVERSE_ENGINE_H
 
@@ -14,16 +15,15 @@
 
 namespace zel_whitebox {
 
-void build_inverse_tables(const InverseTables& tables, const RoundKeys& keys,
-                          unsigned rounds, KeyedTables& keyed);
+void build_inverse_tables(const RoundKeys& keys, unsigned rounds,
+                          KeyedCopies& keyed);
 
-// inverse_cbc decrypts params.size bytes; |output_xor| is the table that
-// XORs the decrypted block with the previous ciphertext block into the
-// output form (InverseTables::yellow_xor or blue_xor). |chain| is the
-// previous ciphertext block and ends at the last one read.
-void inverse_cbc(const InverseTables& tables, const KeyedTables& keyed,
-                 unsigned rounds, const uint8_t* output_xor,
-                 uint8_t chain[16], const zel_wb::WbCbcParams& params);
+// inverse_cbc decrypts params.size bytes of ciphertext into the form that
+// |final_form| gives (inverse_tables.yellow or .blue). |in| and |out| may
+// be equal.
+void inverse_cbc(KeyedCopies& keyed, unsigned rounds,
+                 const uint8_t* final_form, uint8_t chain[16],
+                 const zel_wb::WbCbcParams& params);
 
 }  // namespace zel_whitebox
 

@@ -1,40 +1,39 @@
 // key_schedule.cpp: see key_schedule.h.
 #include "key_schedule.h"
 
-#include "aes_reference.h"
+#include "wiped_buffer.h"
 
 namespace zel_whitebox {
 
 void expand_protected_key(const KeyTables& tables,
                           const uint8_t* protected_key, unsigned key_len,
                           RoundKeys& keys) {
-  const uint8_t* unprotect =
-      key_len == 16 ? tables.unprotect_128 : tables.unprotect_256;
-  const uint8_t* xor_ = tables.xor_;
-  const uint8_t* sbox = tables.sbox;
-  uint8_t* w = keys.bytes;  // word n at w + 4n
+  const KeySchedule& ks = key_len == 16 ? tables.aes128 : tables.aes256;
+  uint8_t* w = keys.bytes;  // word n at w + 4n, in KW[n]
   for (unsigned j = 0; j < key_len; ++j)
-    w[j] = unprotect[j * 256 + protected_key[j]];
+    w[j] = ks.unprotect[j * 256 + protected_key[j]];
 
   const unsigned nk = key_len / 4;
   const unsigned total_words = 4 * (nk + 6 + 1);
+  unsigned step = 0;
   uint8_t t[4];
   for (unsigned n = nk; n < total_words; ++n) {
     const uint8_t* prev = w + 4 * (n - 1);
-    if (n % nk == 0) {  // RotWord, SubWord, round constant
-      t[0] = xor_[sbox[prev[1]] * 256 + tables.rcon[n / nk - 1]];
-      t[1] = sbox[prev[2]];
-      t[2] = sbox[prev[3]];
-      t[3] = sbox[prev[0]];
-    } else if (nk == 8 && n % nk == 4) {  // AES-256's extra SubWord
-      for (unsigned b = 0; b < 4; ++b) t[b] = sbox[prev[b]];
+    const bool rot = n % nk == 0;
+    if (rot || (nk == 8 && n % nk == 4)) {  // SubWord (after RotWord)
+      for (unsigned b = 0; b < 4; ++b)
+        t[b] = ks.sub_word[(step * 4 + b) * 256 + prev[rot ? (b + 1) & 3 : b]];
+      ++step;
     } else {
       for (unsigned b = 0; b < 4; ++b) t[b] = prev[b];
     }
     for (unsigned b = 0; b < 4; ++b)
-      w[4 * n + b] = xor_[w[4 * (n - nk) + b] * 256 + t[b]];
+      w[4 * n + b] = nibble_xor(ks.xor_ + ((n - nk) * 4 + b) * 512,
+                                w[4 * (n - nk) + b], t[b]);
   }
-  zel_ref::secure_wipe(t, sizeof t);
+  for (unsigned i = 0; i < 4 * total_words; ++i)
+    w[i] = ks.to_key_form[i * 256 + w[i]];
+  zel_wb::wipe(t, sizeof t);
 }
 
 }  // namespace zel_whitebox

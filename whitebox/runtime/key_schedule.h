@@ -1,8 +1,10 @@
 // key_schedule.h: the AES key expansion run on key-form bytes.
 //
-// The protected key goes through the core's unprotect table straight into
-// the key form; XOR, SubWord and the round constants are table look-ups on
-// key-form bytes. No raw key byte or round-key byte is ever computed.
+// The protected key goes through the unprotect table straight into the
+// schedule's forms (one per word and byte); XOR, SubWord and the round
+// constants are table look-ups on encoded bytes, and every expanded byte
+// ends in the key form KE. No raw key byte or round-key byte is ever
+// computed.
 //
 // Constant time: no branch on key data; the look-ups are indexed by encoded
 // key bytes (cache timing is outside the white-box threat model, where the

@@ -1,33 +1,66 @@
 // keyed_tables.h: the key-specific tables a key setup writes into the
-// working block, and the round-key buffer it builds them from.
+// working block, the per-block scratch of each copy, and the round-key
+// buffer the tables are built from.
 //
-// KeyedTables belongs to a working block (the wrapper allocates it; the
-// core owns its content). The tables are the key folded into encoded
-// look-ups: mix[l][i] maps the encoded state byte i of layer l to the four
-// encoded MixColumns terms it contributes; last[i] finishes the block. No
-// table holds a raw key byte or round-key byte: every entry passes through
-// a secret encoding of a value that also depends on the table index.
+// KeyedCopies belongs to a working block (the wrapper allocates it; the
+// core owns its content). Each copy has its own region: its keyed tables
+// (mix[l][i] maps the encoded state byte i of layer l to the four encoded
+// MixColumns terms it contributes; last[i] gives output byte i in the
+// copy's output form N[i]) and its scratch. No table holds a raw key or
+// round-key byte: every entry passes through a secret encoding of a value
+// that also depends on the table index. The three copies use independent
+// encodings, so no two regions hold the same bytes.
 #ifndef ZEL_WHITEBOX_RUNTIME_KEYED_TABLES_H
 #define ZEL_WHITEBOX_RUNTIME_KEYED_TABLES_H
 
 #include <cstdint>
 
 #include "wb_tables.h"
+#include "wb_trace.h"
 
 namespace zel_whitebox {
 
-struct KeyedTables {
+struct CopyWork {
   uint32_t mix[kMaxRounds - 1][16][256];
   uint8_t last[16][256];
+  uint32_t terms[16];  // scratch of the block being computed
+  uint8_t state[16];
+  uint8_t out[16];  // the copy's output block, in the forms N[i]
 };
 
-// RoundKeys holds an expanded key in the core's key form (KE), 16 bytes per
-// round key, byte i of round key r at bytes[16 * r + i].
+struct KeyedCopies {
+  CopyWork copy[kCopies];
+  uint8_t entry[16];  // forward: U(input ^ chain) of the current block
+};
+
+// RoundKeys holds an expanded key in the key form (KE), 16 bytes per round
+// key, byte i of round key r at bytes[16 * r + i].
 //
 // WARNING: key material, though encoded; wiped after every key setup.
 struct RoundKeys {
   uint8_t bytes[16 * (kMaxRounds + 1)];
 };
+
+// nibble_xor looks up a nibble XOR table (wb_tables.h): |a| and |b| in the
+// table's input forms, the result in its output form.
+inline uint8_t nibble_xor(const uint8_t* table, unsigned a, unsigned b) {
+  return static_cast<uint8_t>(table[(a & 0xf0) | (b >> 4)] << 4 |
+                              table[256 + ((a & 15) << 4 | (b & 15))]);
+}
+
+// vote_byte merges output byte |pos| of the three copies: one vote table
+// look-up per nibble; |layer| is the trace layer.
+inline uint8_t vote_byte(const uint8_t* vote, const KeyedCopies& keyed,
+                         unsigned pos, unsigned layer) {
+  const unsigned a = keyed.copy[0].out[pos], b = keyed.copy[1].out[pos],
+                 c = keyed.copy[2].out[pos];
+  const uint8_t* table = vote + pos * 2 * 4096;
+  const unsigned hi = ZEL_WB_TRACE(
+      layer, table[(a >> 4) << 8 | (b >> 4) << 4 | (c >> 4)]);
+  const unsigned lo = ZEL_WB_TRACE(
+      layer, table[4096 + ((a & 15) << 8 | (b & 15) << 4 | (c & 15))]);
+  return static_cast<uint8_t>(hi << 4 | lo);
+}
 
 // The byte positions of ShiftRows (state byte r + 4c is row r, column c):
 // forward_source(j, c) is the byte that ShiftRows moves to row j, column c;

@@ -1,84 +1,132 @@
 // wb_tables.h: the layout of the white-box core's fixed material, shared by
-// the generator (which writes the tables) and the runtime (which reads
-// them).
+// the generator (which writes the tables against these declarations) and
+// the runtime (which reads them).
 //
-// Names of the byte encodings used below (all secret bijections of a byte,
-// drawn per build from the seed):
-//   KE      the key form of a core: every round-key byte in that core's key
-//           schedule is held as KE(byte);
-//   U       the entry form of a direction: (input byte ^ chaining byte);
-//   E[l][i] the state form of layer l, byte position i (one per layer and
-//           position);
-//   G[d]    the form of a MixColumns term (coefficient d of the column);
-//           each term also carries a secret mask of its layer, position
-//           and row, so the values in the shared XOR tables differ by place;
-//   A, B, R the forms of the partial and full column sums (with the XOR of
-//           their terms' masks, which the re-encoding removes);
-//   H, Q    forms used only while a key setup builds its keyed tables.
+// Names of the encodings used below (all secret bijections, drawn per
+// build from the seed; "nibble form" means two independent 4-bit
+// bijections, one per half of the byte, so that values in that form can go
+// through 4+4 -> 4 bit XOR tables):
+//   KW, T     the forms of the key schedule's bytes: one per word and byte
+//             position (KeySchedule below);
+//   KE        the key form (nibble form) in which the expanded round keys
+//             enter the materialising look-ups; both cores share it;
+//   U         the entry form of a direction (nibble form): (input byte ^
+//             chaining byte) going in, and the index form of the look-ups
+//             that a key setup materialises;
+//   E[l][i]   the state form of layer l, byte position i, per copy;
+//   G[d], A, B, R  the forms of MixColumns terms and column sums, per
+//             copy; each term also carries a secret mask of its layer,
+//             position and row;
+//   H, Q      forms (nibble form) used only while a key setup builds the
+//             keyed tables: S-box input and S-box output, per copy;
+//   N, N[i]   the output form of a copy (nibble form), and per output
+//             position i;
+//   M[i], Y[i]  the decryptor's forms of the voted output nibbles and of
+//             the output after the CBC XOR, per position.
 // A "layer" is one round of table look-ups: layer 0 is the first AES round.
 //
-// XOR tables of 64 KiB are indexed [first * 256 + second]. Key XOR tables
-// are indexed [key byte in KE form * 256 + other], so that a key setup runs
-// through them sequentially.
+// Every block is computed three times ("copies"), each copy with its own
+// encodings, its own tables and its own region of the working block; a
+// bitwise majority per output nibble merges them (vote tables), so a fault
+// in any one copy is corrected.
 //
-// The generated objects have hidden visibility (the library is built with
-// -fvisibility=hidden); none is exported.
+// Tables of 64 KiB are indexed [first * 256 + second]. Nibble XOR tables
+// are [2][256]: entry [0][a_hi << 4 | b_hi] gives the high nibble,
+// [1][a_lo << 4 | b_lo] the low one (see nibble_xor in keyed_tables.h).
 #ifndef ZEL_WHITEBOX_RUNTIME_WB_TABLES_H
 #define ZEL_WHITEBOX_RUNTIME_WB_TABLES_H
 
 #include <cstdint>
 
+// ZEL_WB_TABLE places a generated array in the ELF section zel_wb_tables,
+// so that a program linking the core finds all generated tables between
+// __start_zel_wb_tables and __stop_zel_wb_tables (the audit tool does).
+#define ZEL_WB_TABLE __attribute__((section("zel_wb_tables")))
+
 namespace zel_whitebox {
 
-constexpr unsigned kMaxRounds = 14;     // AES-256
-constexpr unsigned kMaxLayers = kMaxRounds;
-constexpr unsigned kXorTableSize = 256 * 256;
-constexpr unsigned kLayerMapSize = 16 * 256;  // one map per byte position
+constexpr unsigned kMaxRounds = 14;  // AES-256
+constexpr unsigned kLayers = kMaxRounds;
+constexpr unsigned kCopies = 3;
 
-// KeyTables turn the protected key form into the core's key form and run
-// the AES key schedule on key-form bytes.
-struct KeyTables {
-  const uint8_t* unprotect_128;  // [16][256]: protected byte -> KE(key byte)
-  const uint8_t* unprotect_256;  // [32][256]
-  const uint8_t* xor_;           // [KE(a)][KE(b)] -> KE(a ^ b)
-  const uint8_t* sbox;           // [KE(a)] -> KE(S(a))
-  const uint8_t* rcon;           // [10]: KE(rcon of step 1..10)
+// Sizes of the generated arrays; the generated source static-asserts each
+// array against these, so a layout change that the generator does not
+// follow does not compile.
+constexpr unsigned kXorTableSize = 256 * 256;
+constexpr unsigned kNibbleXorSize = 2 * 256;
+constexpr unsigned kPositionMapsSize = 16 * 256;
+constexpr unsigned kForwardIndexSize = kLayers * kPositionMapsSize;
+constexpr unsigned kInverseIndexSize = (kLayers - 1) * kPositionMapsSize;
+constexpr unsigned kReencodeSize = (kLayers - 1) * kPositionMapsSize;
+constexpr unsigned kSboxMixSize = (kLayers - 1) * kPositionMapsSize;  // words
+constexpr unsigned kVoteSize = 16 * 2 * 4096;
+constexpr unsigned kChainXorSize = 16 * 2 * 256;
+constexpr unsigned kWords128 = 44, kWords256 = 60;  // key schedule words
+constexpr unsigned kSubWords128 = 10, kSubWords256 = 13;  // SubWord steps
+
+// KeySchedule runs one key size's AES key expansion on encoded bytes.
+// Byte b of key word n (4 * (rounds + 1) words) is held in KW[n][b], a
+// nibble encoding of its own for every word and byte, so no XOR table has
+// the same encoding on two of its sides. SubWord steps (with RotWord and
+// the round constant folded in) give T[step][b], again one form each. At
+// the end every byte goes into KE, the input form of the key setups'
+// materialising look-ups.
+struct KeySchedule {
+  const uint8_t* unprotect;  // [j][protected byte] -> KW[j / 4][j % 4](k)
+  const uint8_t* sub_word;   // [step][b][KW[n-1][source](x)]
+                             //   -> T[step][b](S(x) ^ round constant)
+  const uint8_t* xor_;       // [n - nk][b]: nibble XOR of KW[n-nk][b] and
+                             //   T[step][b] or KW[n-1][b] -> KW[n][b]
+  const uint8_t* to_key_form;  // [n][b][KW[n][b](k)] -> KE(k)
 };
 
-// ForwardTables: one encryption direction (the encryptor core, or the
-// decryptor core's encryption of its blue form).
-struct ForwardTables {
-  const uint8_t* input_xor;       // [in form(p)][chain c] -> U(p ^ c)
-  const uint8_t* entry_index;     // [layer][i][U(x)] -> E[layer][i](x)
-  const uint8_t* reencode;        // [layer-1][i][R(x)] -> E[layer][i](x)
+// KeyTables: the key schedules of both key sizes.
+struct KeyTables {
+  KeySchedule aes128, aes256;
+};
+
+// CopyTables: one copy of a direction.
+struct CopyTables {
+  const uint8_t* entry_index;     // forward [layer][i][U(x)], inverse
+                                  //   [layer-1][i][U(x)] -> E[layer][i](x)
+  const uint8_t* reencode;        // [layer][i][R(x)] -> E[layer+1][i](x)
   const uint8_t* mix_xor[3];      // [G0][G1] -> A, [G2][G3] -> B, [A][B] -> R
-  const uint32_t* sbox_mix;       // [layer][i][H(y)] -> 4 x G(MixColumns
-                                  //   term of S(y) ^ the term's mask)
-  const uint8_t* key_xor;         // [KE(k)][U(x)] -> H(x ^ k)
-  const uint8_t* last_sbox;       // [H(y)] -> Q(S(y))
-  const uint8_t* last_key_xor;    // [KE(k)][Q(s)] -> s ^ k (ciphertext byte)
+  const uint32_t* sbox_mix;       // [layer][i][H(y)] -> 4 x G((Inv)MixColumns
+                                  //   term of S(y) (forward) or y (inverse)
+                                  //   ^ the term's mask)
+  const uint8_t* first_key_xor;   // inverse only, nibble XOR: KE(k), c ->
+                                  //   U(c ^ k)
+  const uint8_t* sbox_step;       // forward [H(y)] -> Q(S(y)); inverse
+                                  //   [U(a)] -> Q(InvS(a))
+  const uint8_t* key_xor;         // nibble XOR: KE(k), U(x) (forward) or
+                                  //   Q(x) (inverse) -> H(x ^ k)
+  const uint8_t* last_key_xor;    // nibble XOR: KE(k), Q(s) -> N(s ^ k)
+  const uint8_t* out_form;        // [i][N(v)] -> N[i](v)
+};
+
+// ForwardTables: the encryption direction (the encryptor core; the
+// decryptor core's re-encryption of its blue form, which is the
+// encryptor's white form, uses the same tables).
+struct ForwardTables {
+  const uint8_t* input_xor;  // [white(p)][chain c] -> U(p ^ c)
+  CopyTables copy[kCopies];
+  const uint8_t* vote;       // [i][half][N0[i] | N1[i] | N2[i] nibbles]
+                             //   -> plain ciphertext nibble (majority)
 };
 
 // InverseTables: the decryptor core's decryption direction.
 struct InverseTables {
-  const uint8_t* cipher_key_xor;  // [KE(k)][c] -> U(c ^ k)
-  const uint8_t* inv_sbox;        // [U(a)] -> Q(InvS(a))
-  const uint8_t* key_xor;         // [KE(k)][Q(s)] -> H(s ^ k)
-  const uint32_t* sbox_mix;       // [layer][i][H(t)] -> 4 x G(InvMixColumns
-                                  //   term of t ^ the term's mask)
-  const uint8_t* mix_xor[3];      // as in ForwardTables
-  const uint8_t* entry_index;     // [layer-1][i][U(x)] -> E[layer][i](x)
-  const uint8_t* reencode;        // [layer-1][i][R(x)] -> E[layer][i](x)
-  const uint8_t* yellow_xor;      // [H(x)][previous c] -> yellow(x ^ c)
-  const uint8_t* blue_xor;        // [H(x)][previous c] -> blue(x ^ c)
+  CopyTables copy[kCopies];
+  const uint8_t* vote;       // [i][half][...] -> M[i](majority nibble)
+  const uint8_t* chain_xor;  // [i][half][M[i](x) << 4 | c] -> Y[i](x ^ c)
+  const uint8_t* yellow;     // [i][Y[i](v)] -> yellow(v)
+  const uint8_t* blue;       // [i][Y[i](v)] -> blue(v) = white(v)
 };
 
-// The generated material, one set per core.
-extern const KeyTables enc_key_tables;
-extern const ForwardTables enc_forward_tables;
-extern const KeyTables dec_key_tables;
-extern const ForwardTables dec_forward_tables;
-extern const InverseTables dec_inverse_tables;
+// The generated material.
+extern const KeyTables key_tables;
+extern const ForwardTables forward_tables;
+extern const InverseTables inverse_tables;
 
 }  // namespace zel_whitebox
 
