@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -20,6 +21,10 @@
 #include "PKIWB_encrypt.h"
 #include "test_keys.h"
 #include "wb_core.h"
+
+#ifdef ZEL_HAVE_OPENSSL
+#include <openssl/evp.h>
+#endif
 
 namespace {
 
@@ -133,6 +138,34 @@ std::vector<Vector> GoldenVectors() {
   }
   return vectors;
 }
+
+#ifdef ZEL_HAVE_OPENSSL
+// Random vectors that OpenSSL's libcrypto enciphers while the test runs:
+// both key sizes, payloads of 0 to 199 bytes, from a fixed seed.
+std::vector<Vector> OpenSslLiveVectors() {
+  std::mt19937 random(20261123);
+  std::vector<Vector> vectors;
+  for (int i = 0; i < 64; ++i) {
+    Vector v{"live " + std::to_string(i), Bytes(i % 2 ? 32 : 16), Bytes(16),
+             Bytes(random() % 200), {}, true, true};
+    for (Bytes* field : {&v.key, &v.iv, &v.msg})
+      for (uint8_t& b : *field) b = static_cast<uint8_t>(random());
+    v.ct.resize(v.msg.size() + 16);
+    int body = 0, tail = 0;
+    EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
+    const bool ok =
+        EVP_EncryptInit_ex(ctx, v.key.size() == 16 ? EVP_aes_128_cbc() : EVP_aes_256_cbc(),
+                           nullptr, v.key.data(), v.iv.data()) == 1 &&
+        EVP_EncryptUpdate(ctx, v.ct.data(), &body, v.msg.data(), static_cast<int>(v.msg.size())) == 1 &&
+        EVP_EncryptFinal_ex(ctx, v.ct.data() + body, &tail) == 1;
+    EVP_CIPHER_CTX_free(ctx);
+    if (!ok) throw std::runtime_error("OpenSSL refused " + v.name);
+    v.ct.resize(static_cast<size_t>(body + tail));
+    vectors.push_back(v);
+  }
+  return vectors;
+}
+#endif
 
 unsigned Size(const Bytes& bytes) { return static_cast<unsigned>(bytes.size()); }
 
@@ -308,5 +341,11 @@ INSTANTIATE_TEST_SUITE_P(
                       Source{"OpenSsl", [] { return JsonVectors("openssl/cbc_pkcs7.json"); }, 30},
                       Source{"Golden", GoldenVectors, 10}),
     [](const ::testing::TestParamInfo<Source>& p) { return std::string(p.param.name); });
+
+#ifdef ZEL_HAVE_OPENSSL
+INSTANTIATE_TEST_SUITE_P(
+    Oracle, VectorDriver, ::testing::Values(Source{"OpenSslLive", OpenSslLiveVectors, 64}),
+    [](const ::testing::TestParamInfo<Source>& p) { return std::string(p.param.name); });
+#endif
 
 }  // namespace
