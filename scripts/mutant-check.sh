@@ -8,7 +8,7 @@
 # For each mutant the file is saved, the substitution is applied with
 # `perl -0pi -e`, the dedicated build directory (default build/mutants,
 # white-box core, warnings not fatal) is rebuilt incrementally and ctest
-# runs (by default everything but the slow "attacks" label; pass other
+# runs (by default everything but the "audit" label; pass other
 # ctest arguments to choose). The file is restored after each mutant and on
 # any exit. Prints one line per mutant: killed, killed (build), SURVIVED or
 # "did not apply". Exits non-zero when a mutant survived.
@@ -21,7 +21,7 @@ cd "$(dirname "$0")/.."
 build=${1:-build/mutants}
 shift || true
 ctest_args=("$@")
-if [ "${#ctest_args[@]}" -eq 0 ]; then ctest_args=(-LE attacks); fi
+if [ "${#ctest_args[@]}" -eq 0 ]; then ctest_args=(-LE audit); fi
 
 if [ ! -f "$build/CMakeCache.txt" ]; then
   cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
