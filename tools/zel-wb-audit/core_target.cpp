@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cipher_steps.h"
 #include "wb_core.h"
 
 extern "C" {
@@ -83,14 +84,12 @@ struct Encryptor {
   static constexpr bool kDecrypts = false;
   static const char* name() { return "white-box encryptor core"; }
   static size_t work_size() { return wb_enc::wb_work_size; }
+  // The key-only setup, loaded as the cipher wrappers load it.
   static void key_setup(State& s, const uint8_t* key, unsigned len) {
-    if (len == 16) {
-      std::memcpy(s.work->key_setup_128.key, key, 16);
-      wb_enc::wb_key_setup_128(s);
-    } else {
-      std::memcpy(s.work->key_setup_256.key, key, 32);
-      wb_enc::wb_key_setup_256(s);
-    }
+    static const zel_wb::CoreKeySetups<State> setups = {
+        wb_enc::wb_key_setup_128, wb_enc::wb_key_setup_256,
+        wb_enc::wb_key_iv_setup_128, wb_enc::wb_key_iv_setup_256};
+    zel_wb::LoadKey(s, len, key, false, nullptr, setups);
   }
   static void block(State& s, unsigned len, uint8_t chain[16],
                     const uint8_t* in, uint8_t* out) {
@@ -114,14 +113,12 @@ struct Decryptor {
   static constexpr bool kDecrypts = true;
   static const char* name() { return "white-box decryptor core"; }
   static size_t work_size() { return wb_dec::wb_work_size; }
+  // The key-only setup, loaded as the cipher wrappers load it.
   static void key_setup(State& s, const uint8_t* key, unsigned len) {
-    if (len == 16) {
-      std::memcpy(s.work->key_setup_128.key, key, 16);
-      wb_dec::wb_key_setup_128(s);
-    } else {
-      std::memcpy(s.work->key_setup_256.key, key, 32);
-      wb_dec::wb_key_setup_256(s);
-    }
+    static const zel_wb::CoreKeySetups<State> setups = {
+        wb_dec::wb_key_setup_128, wb_dec::wb_key_setup_256,
+        wb_dec::wb_key_iv_setup_128, wb_dec::wb_key_iv_setup_256};
+    zel_wb::LoadKey(s, len, key, false, nullptr, setups);
   }
   static void block(State& s, unsigned len, uint8_t chain[16],
                     const uint8_t* in, uint8_t* out) {
