@@ -89,7 +89,8 @@ struct Encryptor {
     static const zel_wb::CoreKeySetups<State> setups = {
         wb_enc::wb_key_setup_128, wb_enc::wb_key_setup_256,
         wb_enc::wb_key_iv_setup_128, wb_enc::wb_key_iv_setup_256};
-    zel_wb::LoadKey(s, len, key, false, nullptr, setups);
+    static const uint8_t unused_iv[16] = {};
+    zel_wb::LoadKey(s, len, key, false, unused_iv, setups);
   }
   static void block(State& s, unsigned len, uint8_t chain[16],
                     const uint8_t* in, uint8_t* out) {
@@ -118,7 +119,8 @@ struct Decryptor {
     static const zel_wb::CoreKeySetups<State> setups = {
         wb_dec::wb_key_setup_128, wb_dec::wb_key_setup_256,
         wb_dec::wb_key_iv_setup_128, wb_dec::wb_key_iv_setup_256};
-    zel_wb::LoadKey(s, len, key, false, nullptr, setups);
+    static const uint8_t unused_iv[16] = {};
+    zel_wb::LoadKey(s, len, key, false, unused_iv, setups);
   }
   static void block(State& s, unsigned len, uint8_t chain[16],
                     const uint8_t* in, uint8_t* out) {
