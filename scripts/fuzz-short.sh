@@ -35,12 +35,12 @@ LD_LIBRARY_PATH="$(dirname "${runtime}")${LD_LIBRARY_PATH:+:${LD_LIBRARY_PATH}}"
 
 mkdir -p "${build}/corpus"
 cd "${build}"
-# Inputs of up to 256 bytes (16 blocks): every length-dependent step of the
+# Inputs of up to 128 bytes (8 blocks): every length-dependent step of the
 # reader (size checks, the chain, the last block's padding, the blob's size)
 # is reached well within that, and each block costs the same; longer
 # inputs would only cut the executions per second.
 LD_PRELOAD="${runtime}" \
-  ./tests/fuzz/zel_decrypt_fuzzer -max_total_time="${seconds}" -max_len=256 \
+  ./tests/fuzz/zel_decrypt_fuzzer -max_total_time="${seconds}" -max_len=128 \
   -print_final_stats=1 corpus ../../tests/fuzz/corpus ../../tests/data/golden 2>&1 |
   tee fuzz.log | grep -vE '^#[0-9]+\s+(NEW|REDUCE|pulse)'
 executions=$(sed -n 's/^stat::number_of_executed_units: *//p' fuzz.log)
