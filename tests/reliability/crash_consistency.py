@@ -2,9 +2,14 @@
 """crash_consistency.py: the key store under power loss, kills and failing
 system calls, driven by a trace of its own file-system calls.
 
-    crash_consistency.py crash-states|killed-calls|failing-calls TOOL
+    crash_consistency.py crash-states|killed-calls|failing-calls [EMULATOR...] TOOL
 
-TOOL is zel_keychain_tool. Three operations are traced with strace: replacing
+TOOL is zel_keychain_tool, run through EMULATOR (qemu-user and its
+arguments) when one is given. qemu-user makes each of the tool's
+file-system calls as the same host call, and its own calls name no path
+under the test's directory: the traced calls are the native run's, and an
+injection's count (which includes qemu's calls) is taken from the same
+emulated run. Three operations are traced with strace: replacing
 a stored keychain, a first store where neither the persistent-storage
 directory nor the key-store directory in it exists yet (the key store
 creates both), and erasing a keychain. The trace, not a list kept here,
@@ -74,7 +79,7 @@ def run(args, env=None):
 def tool_run(tool, root, args, strace=()):
     """Runs the tool on the persistent-storage path |root|/storage: a first
     store creates that directory and the key-store directory in it."""
-    command = [tool, os.path.join(root, "storage"), *args]
+    command = [*tool, os.path.join(root, "storage"), *args]
     return run(["strace", *strace, *command] if strace else command,
                NO_LEAK_CHECK if strace else None)
 
@@ -417,9 +422,9 @@ def check_calls(tool, work, scenario, what):
 
 
 def main():
-    if len(sys.argv) != 3 or sys.argv[1] not in ("crash-states", "killed-calls", "failing-calls"):
+    if len(sys.argv) < 3 or sys.argv[1] not in ("crash-states", "killed-calls", "failing-calls"):
         sys.exit(__doc__)
-    check, tool = sys.argv[1], os.path.abspath(sys.argv[2])
+    check, tool = sys.argv[1], sys.argv[2:-1] + [os.path.abspath(sys.argv[-1])]
     probe = run(["strace", "-o", "/dev/null", "true"])
     if probe.returncode != 0:
         print("skipped: strace cannot trace here: %r" % probe.stderr)
