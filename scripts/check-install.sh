@@ -13,6 +13,20 @@ trap 'rm -rf "$stage"' EXIT
 echo "=== install and consumer check"
 cmake --install "$build_dir" --prefix "$stage/prefix" >/dev/null
 
+# Outside Debug builds the installed library names nothing of the
+# white-box core: no static symbol table, no section that marks the
+# tables, no internal name among the dynamic symbols.
+lib=$(find "$stage/prefix" -name 'libzel_secure_store.so*' -type f | head -1)
+build_type=$(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$build_dir/CMakeCache.txt")
+if [ "$build_type" != Debug ]; then
+  if readelf -S --wide "$lib" | grep -E '\.symtab|zel_wb_tables'; then
+    echo "FAIL: $lib keeps a symbol table or names its tables" >&2; exit 1
+  fi
+  if nm -D --defined-only "$lib" | c++filt | grep -E 'zel_whitebox|zel_wb::'; then
+    echo "FAIL: $lib exports white-box internals" >&2; exit 1
+  fi
+fi
+
 cmake -S "$source_dir/tests/consumer" -B "$stage/consumer" \
   -DCMAKE_PREFIX_PATH="$stage/prefix" >/dev/null
 cmake --build "$stage/consumer" >/dev/null

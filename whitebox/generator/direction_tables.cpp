@@ -92,12 +92,28 @@ Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b,
                        const ByteMap& out) {
   const ByteMap from_a = inverse_of(a), from_b = inverse_of(b);
   Bytes table(zel_whitebox::kNibbleXorSize);
-  for (unsigned half = 0; half < 2; ++half)
-    for (unsigned x = 0; x < 16; ++x)
-      for (unsigned y = 0; y < 16; ++y)
-        table[half * 256 + (x << 4 | y)] = static_cast<uint8_t>(half_of(
-            out, half, half_of(from_a, half, x) ^ half_of(from_b, half, y)));
+  for (unsigned x = 0; x < 16; ++x)
+    for (unsigned y = 0; y < 16; ++y) {
+      const unsigned hi =
+          half_of(out, 0, half_of(from_a, 0, x) ^ half_of(from_b, 0, y));
+      const unsigned lo =
+          half_of(out, 1, half_of(from_a, 1, x) ^ half_of(from_b, 1, y));
+      table[x << 4 | y] = static_cast<uint8_t>(hi << 4 | lo);
+    }
   return table;
+}
+
+Bytes build_key_xor(const DirectionEncodings& enc,
+                    const std::vector<ByteMap>& key_forms, KeyUse use) {
+  const unsigned rounds = static_cast<unsigned>(key_forms.size()) / 16 - 1;
+  Bytes tables;
+  for (unsigned index = 0; index < key_forms.size(); ++index) {
+    const KeyByteUse byte_use = use(enc, rounds, index);
+    const Bytes table =
+        nibble_xor_table(key_forms[index], *byte_use.second, *byte_use.out);
+    tables.insert(tables.end(), table.begin(), table.end());
+  }
+  return tables;
 }
 
 Bytes build_out_forms(const DirectionEncodings& enc) {

@@ -52,8 +52,8 @@ std::string emit_schedule(SourceWriter& w, const std::string& p,
          w.add_bytes(p + "unprotect", k.unprotect, std::to_string(key_len) + " * 256") +
          ", " + w.add_bytes(p + "sub_word", k.sub_word, "kSubWords" + n + " * 4 * 256") +
          ", " + w.add_bytes(p + "xor", k.xor_, "(kWords" + n + " - " +
-                                                  std::to_string(key_len / 4) + ") * 4 * 512") +
-         ", " + w.add_bytes(p + "to_key_form", k.to_key_form, "kWords" + n + " * 4 * 256") +
+                                                  std::to_string(key_len / 4) +
+                                                  ") * 4 * kNibbleXorSize") +
          "}";
 }
 
@@ -67,21 +67,17 @@ std::string emit_copy(SourceWriter& w, const std::string& p,
   text += ", " + w.add_bytes(p + "mix_xor_b", c.mix_xor[1], "kXorTableSize");
   text += ", " + w.add_bytes(p + "mix_xor_r", c.mix_xor[2], "kXorTableSize");
   text += "}, " + w.add_words(p + "sbox_mix", c.sbox_mix, "kSboxMixSize");
-  text += ", " + (inverse ? w.add_bytes(p + "first_key_xor", c.first_key_xor,
-                                        "kNibbleXorSize")
-                          : std::string("nullptr"));
   text += ", " + w.add_bytes(p + "sbox_step", c.sbox_step, "256");
-  text += ", " + w.add_bytes(p + "key_xor", c.key_xor, "kNibbleXorSize");
-  text += ", " + w.add_bytes(p + "last_key_xor", c.last_key_xor,
-                             "kNibbleXorSize");
+  text += ", {" + w.add_bytes(p + "key_xor128", c.key_xor[0], "kKeyXor128Size");
+  text += ", " + w.add_bytes(p + "key_xor256", c.key_xor[1], "kKeyXor256Size");
+  text += "}";
   text += ", " + w.add_bytes(p + "out_form", c.out_form, "kPositionMapsSize");
   return text + "}";
 }
 
 const std::string kCopyOrder = field_order(
     "CopyTables", {"entry_index", "reencode", "mix_xor", "sbox_mix",
-                   "first_key_xor", "sbox_step", "key_xor", "last_key_xor",
-                   "out_form"});
+                   "sbox_step", "key_xor", "out_form"});
 
 Copies draw_copies(ChaCha20Stream& stream, const uint8_t coefficients[4],
                    bool inverse) {
@@ -96,34 +92,34 @@ void wipe_copies(Copies& copies) {
     zel_ref::secure_wipe(&copy, sizeof copy);
 }
 
-// The encryptor's stream gives the key form (both cores share it), the
-// forward copies and the white form (which is also the decryptor's blue).
+// The encryptor's stream gives the forward copies, the white form (which is
+// also the decryptor's blue) and the key schedules, whose forms of the
+// expanded bytes (both cores take round keys in them) go to |key_forms|.
 uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::vector<ByteMap>& protect_128,
                          const std::vector<ByteMap>& protect_256,
-                         ByteMap& key_form, ByteMap& white,
+                         ScheduleForms& key_forms, ByteMap& white,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kEncryptorCore);
-  key_form = random_nibble_encoding(stream);
   Copies forward = draw_copies(stream, kMixCoefficients, false);
-  white = random_encoding(stream);
+  for (DirectionEncodings& copy : forward) copy.entry = forward[0].entry;
+  white = random_nibble_encoding(stream);
 
   SourceWriter w(inputs);
   const std::string keys =
-      "{" + emit_schedule(w, "ks128_", build_key_schedule(stream, key_form, protect_128), 16) +
-      ", " + emit_schedule(w, "ks256_", build_key_schedule(stream, key_form, protect_256), 32) +
+      "{" + emit_schedule(w, "ks128_", build_key_schedule(stream, protect_128, key_forms[0]), 16) +
+      ", " + emit_schedule(w, "ks256_", build_key_schedule(stream, protect_256, key_forms[1]), 32) +
       "}";
-  const ForwardTableSet set = build_forward_tables(forward, white, key_form);
+  const ForwardTableSet set = build_forward_tables(forward, white, key_forms);
   std::string fwd =
-      "{" + w.add_bytes("input_xor", set.input_xor, "kXorTableSize") + ", {";
+      "{" + w.add_bytes("input_xor", set.input_xor, "kNibbleXorSize") + ", {";
   for (unsigned c = 0; c < kCopies; ++c)
     fwd += (c ? ", " : "") +
            emit_copy(w, "fwd" + std::to_string(c) + "_", set.copy[c], false);
   fwd += "}, " + w.add_bytes("fwd_vote", set.vote, "kVoteSize") + "}";
   const uint64_t bytes = w.table_bytes() + 256;
   w.close_tables();
-  w.append(field_order("KeySchedule", {"unprotect", "sub_word", "xor_",
-                                       "to_key_form"}));
+  w.append(field_order("KeySchedule", {"unprotect", "sub_word", "xor_"}));
   w.append(field_order("KeyTables", {"aes128", "aes256"}));
   w.append(kCopyOrder);
   w.append(field_order("ForwardTables", {"input_xor", "copy", "vote"}));
@@ -139,7 +135,7 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
 }
 
 uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
-                         const ByteMap& key_form, const ByteMap& blue,
+                         const ScheduleForms& key_forms, const ByteMap& blue,
                          const std::string& path, bool& ok) {
   ChaCha20Stream stream(seed, StreamPurpose::kDecryptorCore);
   Copies inverse = draw_copies(stream, kInvMixCoefficients, true);
@@ -152,7 +148,7 @@ uint64_t write_decryptor(const uint8_t seed[32], const std::string& inputs,
 
   SourceWriter w(inputs);
   const InverseTableSet set =
-      build_inverse_tables(inverse, key_form, voted, chained, yellow, blue);
+      build_inverse_tables(inverse, key_forms, voted, chained, yellow, blue);
   std::string inv = "{{";
   for (unsigned c = 0; c < kCopies; ++c)
     inv += (c ? ", " : "") +
@@ -214,13 +210,14 @@ int run(int argc, char** argv) {
   std::vector<ByteMap> protect_128 = protection_maps(seed.bytes, 16);
   std::vector<ByteMap> protect_256 = protection_maps(seed.bytes, 32);
   bool ok = true;
-  ByteMap key_form, white;
+  ScheduleForms key_forms;
+  ByteMap white;
   uint64_t bytes = write_encryptor(seed.bytes, inputs, protect_128,
-                                   protect_256, key_form, white,
+                                   protect_256, key_forms, white,
                                    out_dir + "/wb_enc_tables.cpp", ok);
-  bytes += write_decryptor(seed.bytes, inputs, key_form, white,
+  bytes += write_decryptor(seed.bytes, inputs, key_forms, white,
                            out_dir + "/wb_dec_tables.cpp", ok);
-  zel_ref::secure_wipe(key_form.data(), key_form.size());
+  for (std::vector<ByteMap>& forms : key_forms) wipe_maps(forms);
   zel_ref::secure_wipe(white.data(), white.size());
   wipe_maps(protect_128);
   wipe_maps(protect_256);

@@ -5,8 +5,19 @@
 namespace zel_wbgen {
 namespace {
 
+// Inverse, the last round key meets the plain ciphertext and gives the
+// copy's entry form U; round key 0 (the last layer's) meets the S-box
+// output Q and gives N; the others meet Q and give H.
+KeyByteUse inverse_key_use(const DirectionEncodings& enc, unsigned rounds,
+                           unsigned index) {
+  static const ByteMap plain = identity_map();
+  if (index >= 16 * rounds) return {&plain, &enc.entry};
+  if (index < 16) return {&enc.sbox_out, &enc.out};
+  return {&enc.sbox_out, &enc.sbox_in};
+}
+
 CopyTableSet build_copy(const DirectionEncodings& enc,
-                        const ByteMap& key_form) {
+                        const ScheduleForms& key_forms) {
   const ByteMap from_entry = inverse_of(enc.entry);
   CopyTableSet set;
   // Layer 0 reads the ciphertext itself: maps start at layer 1.
@@ -14,12 +25,11 @@ CopyTableSet build_copy(const DirectionEncodings& enc,
   set.reencode = build_reencode(enc);
   for (unsigned t = 0; t < 3; ++t) set.mix_xor[t] = build_mix_xor(enc, t);
   set.sbox_mix = build_sbox_mix(enc, kInvMixCoefficients, false);
-  set.first_key_xor = nibble_xor_table(key_form, identity_map(), enc.entry);
   set.sbox_step.resize(256);
   for (unsigned u = 0; u < 256; ++u)
     set.sbox_step[u] = enc.sbox_out[zel_ref::aes_inv_sbox(from_entry[u])];
-  set.key_xor = nibble_xor_table(key_form, enc.sbox_out, enc.sbox_in);
-  set.last_key_xor = nibble_xor_table(key_form, enc.sbox_out, enc.out);
+  for (unsigned size = 0; size < 2; ++size)
+    set.key_xor[size] = build_key_xor(enc, key_forms[size], inverse_key_use);
   set.out_form = build_out_forms(enc);
   return set;
 }
@@ -27,14 +37,14 @@ CopyTableSet build_copy(const DirectionEncodings& enc,
 }  // namespace
 
 InverseTableSet build_inverse_tables(const Copies& enc,
-                                     const ByteMap& key_form,
+                                     const ScheduleForms& key_forms,
                                      const std::array<ByteMap, 16>& voted,
                                      const std::array<ByteMap, 16>& chained,
                                      const ByteMap& yellow,
                                      const ByteMap& blue) {
   InverseTableSet set;
   for (unsigned c = 0; c < kCopies; ++c)
-    set.copy[c] = build_copy(enc[c], key_form);
+    set.copy[c] = build_copy(enc[c], key_forms);
   set.vote = build_vote(enc, voted);
   for (unsigned i = 0; i < 16; ++i) {
     const Bytes chain_xor =

@@ -1,6 +1,6 @@
 // key_tables.cpp: the tables that turn the protected key into the key
-// schedule's forms, run the key schedule on them and hand the expanded
-// bytes over in the key form.
+// schedule's forms and run the key schedule on them; every expanded byte
+// keeps the form of its word and byte.
 #include <cstddef>
 
 #include "aes_reference.h"
@@ -9,11 +9,11 @@
 namespace zel_wbgen {
 
 KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
-                                  const ByteMap& key_form,
-                                  const std::vector<ByteMap>& protect) {
+                                  const std::vector<ByteMap>& protect,
+                                  std::vector<ByteMap>& word_form) {
   const unsigned key_len = static_cast<unsigned>(protect.size());
   const unsigned nk = key_len / 4, words = 4 * (nk + 7);
-  std::vector<ByteMap> word_form(4 * words);  // KW[n][b] at 4n + b
+  word_form.assign(4 * words, ByteMap{});  // KW[n][b] at 4n + b
   for (ByteMap& form : word_form) form = random_nibble_encoding(stream);
   KeyScheduleSet set;
   set.unprotect.resize(key_len * 256);
@@ -42,11 +42,6 @@ KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
       set.xor_.insert(set.xor_.end(), table.begin(), table.end());
     }
   }
-  for (const ByteMap& form : word_form) {
-    const ByteMap from = inverse_of(form);
-    for (unsigned x = 0; x < 256; ++x) set.to_key_form.push_back(key_form[from[x]]);
-  }
-  for (ByteMap& form : word_form) zel_ref::secure_wipe(form.data(), form.size());
   return set;
 }
 

@@ -20,12 +20,16 @@ using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint32_t>;
 
 struct KeyScheduleSet {
-  Bytes unprotect, sub_word, xor_, to_key_form;
+  Bytes unprotect, sub_word, xor_;
 };
 
+// ScheduleForms: the forms KW[n][b] of the expanded key bytes of both key
+// sizes ([0] AES-128, [1] AES-256), at 4n + b, which the direction tables'
+// key XOR tables take as their first input.
+using ScheduleForms = std::array<std::vector<ByteMap>, 2>;
+
 struct CopyTableSet {
-  Bytes entry_index, reencode, mix_xor[3], first_key_xor, sbox_step, key_xor,
-      last_key_xor, out_form;
+  Bytes entry_index, reencode, mix_xor[3], sbox_step, key_xor[2], out_form;
   Words sbox_mix;
 };
 
@@ -43,22 +47,23 @@ struct InverseTableSet {
 using Copies = std::array<DirectionEncodings, kCopies>;
 
 // build_key_schedule draws the schedule's forms of one key size from
-// |stream| and builds its tables; |key_form| is KE, |protect| the
-// protection maps of that key size (key_protection.h).
+// |stream| and builds its tables; |protect| are the protection maps of that
+// key size (key_protection.h). The forms of the expanded bytes are left in
+// |word_forms| (the caller wipes them).
 KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
-                                  const ByteMap& key_form,
-                                  const std::vector<ByteMap>& protect);
+                                  const std::vector<ByteMap>& protect,
+                                  std::vector<ByteMap>& word_forms);
 
 // build_forward_tables: |white| is the form of the direction's input bytes
 // (the encryptor's white, which is also the decryptor's blue). All copies
 // share the entry form U of copy 0.
 ForwardTableSet build_forward_tables(const Copies& enc, const ByteMap& white,
-                                     const ByteMap& key_form);
+                                     const ScheduleForms& key_forms);
 
 // build_inverse_tables: |voted| are the forms M[i] of the voted nibbles,
 // |chained| the forms Y[i] after the CBC XOR.
 InverseTableSet build_inverse_tables(const Copies& enc,
-                                     const ByteMap& key_form,
+                                     const ScheduleForms& key_forms,
                                      const std::array<ByteMap, 16>& voted,
                                      const std::array<ByteMap, 16>& chained,
                                      const ByteMap& yellow,
@@ -74,6 +79,17 @@ Words build_sbox_mix(const DirectionEncodings& enc,
 // nibble_xor_table: inputs in forms |a| and |b|, output in form |out|, all
 // nibble encodings (the identity for a plain input).
 Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b, const ByteMap& out);
+// KeyByteUse gives the second input and the output form of the key XOR
+// table of expanded key byte |index| (RoundKeys order) of a core with
+// |rounds| rounds; build_key_xor builds them all for one key size.
+struct KeyByteUse {
+  const ByteMap* second;
+  const ByteMap* out;
+};
+using KeyUse = KeyByteUse (*)(const DirectionEncodings& enc, unsigned rounds,
+                              unsigned index);
+Bytes build_key_xor(const DirectionEncodings& enc,
+                    const std::vector<ByteMap>& key_forms, KeyUse use);
 // build_out_forms: [i][N(v)] -> N[i](v).
 Bytes build_out_forms(const DirectionEncodings& enc);
 // build_vote: [i][half][three copies' nibbles] -> result[i] of their

@@ -19,23 +19,27 @@ void build_copy(const CopyTables& tables, const RoundKeys& keys,
   for (unsigned l = 0; l + 1 < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
       const unsigned k = keys.bytes[16 * l + i];
+      const uint8_t* key_xor = key_xor_table(tables, rounds, 16 * l + i);
       const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
       const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
       uint32_t* mix = out.mix[l][i];
       for (unsigned u = 0; u < 256; ++u)
-        mix[index[u]] = sbox_mix[nibble_xor(tables.key_xor, k, u)];
+        mix[index[u]] = sbox_mix[nibble_xor(key_xor, k, u)];
     }
   const unsigned l = rounds - 1;
   for (unsigned i = 0; i < 16; ++i) {
     const unsigned k = keys.bytes[16 * l + i];
+    const uint8_t* key_xor = key_xor_table(tables, rounds, 16 * l + i);
     const unsigned dest = forward_dest(i);
     const unsigned last_k = keys.bytes[16 * rounds + dest];
+    const uint8_t* last_key_xor =
+        key_xor_table(tables, rounds, 16 * rounds + dest);
     const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
     const uint8_t* out_form = tables.out_form + dest * 256;
     uint8_t* last = out.last[i];
     for (unsigned u = 0; u < 256; ++u) {
-      const uint8_t s = tables.sbox_step[nibble_xor(tables.key_xor, k, u)];
-      last[index[u]] = out_form[nibble_xor(tables.last_key_xor, last_k, s)];
+      const uint8_t s = tables.sbox_step[nibble_xor(key_xor, k, u)];
+      last[index[u]] = out_form[nibble_xor(last_key_xor, last_k, s)];
     }
   }
 }
@@ -76,7 +80,7 @@ void forward_cbc(KeyedCopies& keyed, unsigned rounds, uint8_t chain[16],
     const uint8_t* in = params.in + offset;
     for (unsigned i = 0; i < 16; ++i)
       keyed.entry[i] =
-          ZEL_WB_TRACE(0u, tables.input_xor[in[i] * 256 + chain[i]]);
+          ZEL_WB_TRACE(0u, nibble_xor(tables.input_xor, in[i], chain[i]));
     for (unsigned c = 0; c < kCopies; ++c)
       run_copy(tables.copy[c], keyed.entry, rounds, keyed.copy[c]);
     for (unsigned i = 0; i < 16; ++i)

@@ -19,32 +19,37 @@ void build_copy(const CopyTables& tables, const RoundKeys& keys,
               sizeof out.mix - sizeof out.mix[0] * (rounds - 1));
   for (unsigned i = 0; i < 16; ++i) {
     const unsigned k = keys.bytes[16 * rounds + i];
-    const unsigned next_k = keys.bytes[16 * (rounds - 1) + inverse_dest(i)];
+    const uint8_t* first_key_xor =
+        key_xor_table(tables, rounds, 16 * rounds + i);
+    const unsigned next = 16 * (rounds - 1) + inverse_dest(i);
+    const unsigned next_k = keys.bytes[next];
+    const uint8_t* key_xor = key_xor_table(tables, rounds, next);
     const uint32_t* sbox_mix = tables.sbox_mix + i * 256;
     uint32_t* mix = out.mix[0][i];
     for (unsigned c = 0; c < 256; ++c) {
-      const uint8_t s =
-          tables.sbox_step[nibble_xor(tables.first_key_xor, k, c)];
-      mix[c] = sbox_mix[nibble_xor(tables.key_xor, next_k, s)];
+      const uint8_t s = tables.sbox_step[nibble_xor(first_key_xor, k, c)];
+      mix[c] = sbox_mix[nibble_xor(key_xor, next_k, s)];
     }
   }
   for (unsigned l = 1; l < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
       const unsigned dest = inverse_dest(i);
-      const unsigned k = keys.bytes[16 * (rounds - 1 - l) + dest];
+      const unsigned key_index = 16 * (rounds - 1 - l) + dest;
+      const unsigned k = keys.bytes[key_index];
+      const uint8_t* key_xor = key_xor_table(tables, rounds, key_index);
       const uint8_t* index = tables.entry_index + ((l - 1) * 16 + i) * 256;
       if (l + 1 < rounds) {
         const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
         uint32_t* mix = out.mix[l][i];
         for (unsigned u = 0; u < 256; ++u)
           mix[index[u]] =
-              sbox_mix[nibble_xor(tables.key_xor, k, tables.sbox_step[u])];
+              sbox_mix[nibble_xor(key_xor, k, tables.sbox_step[u])];
       } else {
         const uint8_t* out_form = tables.out_form + dest * 256;
         uint8_t* last = out.last[i];
         for (unsigned u = 0; u < 256; ++u)
-          last[index[u]] = out_form[nibble_xor(tables.last_key_xor, k,
-                                               tables.sbox_step[u])];
+          last[index[u]] =
+              out_form[nibble_xor(key_xor, k, tables.sbox_step[u])];
       }
     }
 }
@@ -89,13 +94,13 @@ void inverse_cbc(KeyedCopies& keyed, unsigned rounds,
       run_copy(tables.copy[c], cipher, rounds, keyed.copy[c]);
     for (unsigned i = 0; i < 16; ++i) {
       const unsigned voted = vote_byte(tables.vote, keyed, i, rounds);
-      const uint8_t* chain_xor = tables.chain_xor + i * 2 * 256;
+      const uint8_t* chain_xor = tables.chain_xor + i * kNibbleXorSize;
       const unsigned hi = ZEL_WB_TRACE(
-          rounds, chain_xor[(voted & 0xf0) | (chain[i] >> 4)]);
+          rounds, chain_xor[(voted & 0xf0) | (chain[i] >> 4)]) & 0xf0;
       const unsigned lo = ZEL_WB_TRACE(
-          rounds, chain_xor[256 + ((voted & 15) << 4 | (chain[i] & 15))]);
+          rounds, chain_xor[(voted & 15) << 4 | (chain[i] & 15)]) & 15;
       params.out[offset + i] =
-          ZEL_WB_TRACE(rounds, final_form[i * 256 + (hi << 4 | lo)]);
+          ZEL_WB_TRACE(rounds, final_form[i * 256 + (hi | lo)]);
     }
     std::memcpy(chain, cipher, 16);
   }

@@ -28,11 +28,9 @@ void expand_protected_key(const KeyTables& tables,
       for (unsigned b = 0; b < 4; ++b) t[b] = prev[b];
     }
     for (unsigned b = 0; b < 4; ++b)
-      w[4 * n + b] = nibble_xor(ks.xor_ + ((n - nk) * 4 + b) * 512,
+      w[4 * n + b] = nibble_xor(ks.xor_ + ((n - nk) * 4 + b) * kNibbleXorSize,
                                 w[4 * (n - nk) + b], t[b]);
   }
-  for (unsigned i = 0; i < 4 * total_words; ++i)
-    w[i] = ks.to_key_form[i * 256 + w[i]];
   zel_wb::wipe(t, sizeof t);
 }
 

@@ -3,8 +3,8 @@
 // The protected key goes through the unprotect table straight into the
 // schedule's forms (one per word and byte); XOR, SubWord and the round
 // constants are table look-ups on encoded bytes, and every expanded byte
-// ends in the key form KE. No raw key byte or round-key byte is ever
-// computed.
+// stays in the form of its word and byte. No raw key byte or round-key
+// byte is ever computed.
 //
 // Constant time: no branch on key data; the look-ups are indexed by encoded
 // key bytes (cache timing is outside the white-box threat model, where the

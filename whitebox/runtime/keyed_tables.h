@@ -33,8 +33,9 @@ struct KeyedCopies {
   uint8_t entry[16];  // forward: U(input ^ chain) of the current block
 };
 
-// RoundKeys holds an expanded key in the key form (KE), 16 bytes per round
-// key, byte i of round key r at bytes[16 * r + i].
+// RoundKeys holds an expanded key, 16 bytes per round key, byte i of round
+// key r at bytes[16 * r + i] (byte i % 4 of key word 4r + i / 4), each in
+// its own schedule form KW[4r + i / 4][i % 4].
 //
 // WARNING: key material, though encoded; wiped after every key setup.
 struct RoundKeys {
@@ -44,8 +45,15 @@ struct RoundKeys {
 // nibble_xor looks up a nibble XOR table (wb_tables.h): |a| and |b| in the
 // table's input forms, the result in its output form.
 inline uint8_t nibble_xor(const uint8_t* table, unsigned a, unsigned b) {
-  return static_cast<uint8_t>(table[(a & 0xf0) | (b >> 4)] << 4 |
-                              table[256 + ((a & 15) << 4 | (b & 15))]);
+  return static_cast<uint8_t>((table[(a & 0xf0) | (b >> 4)] & 0xf0) |
+                              (table[(a & 15) << 4 | (b & 15)] & 15));
+}
+
+// key_xor_table is the nibble XOR table of expanded key byte |index|
+// (RoundKeys order) of a core with |rounds| rounds.
+inline const uint8_t* key_xor_table(const CopyTables& tables, unsigned rounds,
+                                    unsigned index) {
+  return tables.key_xor[rounds == kMaxRounds] + index * kNibbleXorSize;
 }
 
 // vote_byte merges output byte |pos| of the three copies: one vote table

@@ -7,9 +7,9 @@
 // bijections, one per half of the byte, so that values in that form can go
 // through 4+4 -> 4 bit XOR tables):
 //   KW, T     the forms of the key schedule's bytes: one per word and byte
-//             position (KeySchedule below);
-//   KE        the key form (nibble form) in which the expanded round keys
-//             enter the materialising look-ups; both cores share it;
+//             position (KeySchedule below), so every round-key byte has a
+//             form of its own per round and position, up to and into the
+//             look-ups that materialise the keyed tables;
 //   U         the entry form of a direction (nibble form): (input byte ^
 //             chaining byte) going in, and the index form of the look-ups
 //             that a key setup materialises;
@@ -31,17 +31,25 @@
 // in any one copy is corrected.
 //
 // Tables of 64 KiB are indexed [first * 256 + second]. Nibble XOR tables
-// are [2][256]: entry [0][a_hi << 4 | b_hi] gives the high nibble,
-// [1][a_lo << 4 | b_lo] the low one (see nibble_xor in keyed_tables.h).
+// are 256 bytes that hold two 16 x 16 tables, one per nibble: entry
+// [a_hi << 4 | b_hi] gives the high nibble of the result in its high half,
+// entry [a_lo << 4 | b_lo] the low nibble in its low half (see nibble_xor
+// in keyed_tables.h).
 #ifndef ZEL_WHITEBOX_RUNTIME_WB_TABLES_H
 #define ZEL_WHITEBOX_RUNTIME_WB_TABLES_H
 
 #include <cstdint>
 
-// ZEL_WB_TABLE places a generated array in the ELF section zel_wb_tables,
-// so that a program linking the core finds all generated tables between
-// __start_zel_wb_tables and __stop_zel_wb_tables (the audit tool does).
+// ZEL_WB_TABLE places a generated array, in the traced build of the core
+// that only the audit tool links, in the ELF section zel_wb_tables, so that
+// the audit finds all generated tables between __start_zel_wb_tables and
+// __stop_zel_wb_tables. In the library the tables are ordinary read-only
+// data: no section, symbol or name marks where they are.
+#ifdef ZEL_WB_TRACE_HOOK
 #define ZEL_WB_TABLE __attribute__((section("zel_wb_tables")))
+#else
+#define ZEL_WB_TABLE
+#endif
 
 namespace zel_whitebox {
 
@@ -53,31 +61,33 @@ constexpr unsigned kCopies = 3;
 // array against these, so a layout change that the generator does not
 // follow does not compile.
 constexpr unsigned kXorTableSize = 256 * 256;
-constexpr unsigned kNibbleXorSize = 2 * 256;
+constexpr unsigned kNibbleXorSize = 256;
 constexpr unsigned kPositionMapsSize = 16 * 256;
 constexpr unsigned kForwardIndexSize = kLayers * kPositionMapsSize;
 constexpr unsigned kInverseIndexSize = (kLayers - 1) * kPositionMapsSize;
 constexpr unsigned kReencodeSize = (kLayers - 1) * kPositionMapsSize;
 constexpr unsigned kSboxMixSize = (kLayers - 1) * kPositionMapsSize;  // words
 constexpr unsigned kVoteSize = 16 * 2 * 4096;
-constexpr unsigned kChainXorSize = 16 * 2 * 256;
+constexpr unsigned kChainXorSize = 16 * kNibbleXorSize;
 constexpr unsigned kWords128 = 44, kWords256 = 60;  // key schedule words
 constexpr unsigned kSubWords128 = 10, kSubWords256 = 13;  // SubWord steps
+constexpr unsigned kKeyXor128Size = kWords128 * 4 * kNibbleXorSize;
+constexpr unsigned kKeyXor256Size = kWords256 * 4 * kNibbleXorSize;
 
 // KeySchedule runs one key size's AES key expansion on encoded bytes.
 // Byte b of key word n (4 * (rounds + 1) words) is held in KW[n][b], a
 // nibble encoding of its own for every word and byte, so no XOR table has
 // the same encoding on two of its sides. SubWord steps (with RotWord and
 // the round constant folded in) give T[step][b], again one form each. At
-// the end every byte goes into KE, the input form of the key setups'
-// materialising look-ups.
+// the end the expanded bytes stay in their forms KW[n][b]: the look-ups
+// that materialise the keyed tables take each round-key byte in its own
+// form (CopyTables::key_xor).
 struct KeySchedule {
   const uint8_t* unprotect;  // [j][protected byte] -> KW[j / 4][j % 4](k)
   const uint8_t* sub_word;   // [step][b][KW[n-1][source](x)]
                              //   -> T[step][b](S(x) ^ round constant)
   const uint8_t* xor_;       // [n - nk][b]: nibble XOR of KW[n-nk][b] and
                              //   T[step][b] or KW[n-1][b] -> KW[n][b]
-  const uint8_t* to_key_form;  // [n][b][KW[n][b](k)] -> KE(k)
 };
 
 // KeyTables: the key schedules of both key sizes.
@@ -94,13 +104,16 @@ struct CopyTables {
   const uint32_t* sbox_mix;       // [layer][i][H(y)] -> 4 x G((Inv)MixColumns
                                   //   term of S(y) (forward) or y (inverse)
                                   //   ^ the term's mask)
-  const uint8_t* first_key_xor;   // inverse only, nibble XOR: KE(k), c ->
-                                  //   U(c ^ k)
   const uint8_t* sbox_step;       // forward [H(y)] -> Q(S(y)); inverse
                                   //   [U(a)] -> Q(InvS(a))
-  const uint8_t* key_xor;         // nibble XOR: KE(k), U(x) (forward) or
-                                  //   Q(x) (inverse) -> H(x ^ k)
-  const uint8_t* last_key_xor;    // nibble XOR: KE(k), Q(s) -> N(s ^ k)
+  // key_xor[0] (AES-128) and [1] (AES-256): one nibble XOR table per
+  // expanded key byte, [n][b] for byte b of key word n, whose first input
+  // is that byte's own form KW[n][b]. Its second input and output follow
+  // the byte's one use in the direction: forward, round keys 0 to
+  // rounds - 1: U(x) -> H(x ^ k), the last round key: Q(s) -> N(s ^ k);
+  // inverse, the last round key: plain c -> U(c ^ k), round key 0:
+  // Q(s) -> N(s ^ k), the others: Q(x) -> H(x ^ k).
+  const uint8_t* key_xor[2];
   const uint8_t* out_form;        // [i][N(v)] -> N[i](v)
 };
 
@@ -108,7 +121,9 @@ struct CopyTables {
 // decryptor core's re-encryption of its blue form, which is the
 // encryptor's white form, uses the same tables).
 struct ForwardTables {
-  const uint8_t* input_xor;  // [white(p)][chain c] -> U(p ^ c)
+  const uint8_t* input_xor;  // nibble XOR: white(p), plain c -> U(p ^ c)
+                             //   (white is a nibble form: it is public, the
+                             //   input encoding of the wrappers)
   CopyTables copy[kCopies];
   const uint8_t* vote;       // [i][half][N0[i] | N1[i] | N2[i] nibbles]
                              //   -> plain ciphertext nibble (majority)
@@ -118,7 +133,7 @@ struct ForwardTables {
 struct InverseTables {
   CopyTables copy[kCopies];
   const uint8_t* vote;       // [i][half][...] -> M[i](majority nibble)
-  const uint8_t* chain_xor;  // [i][half][M[i](x) << 4 | c] -> Y[i](x ^ c)
+  const uint8_t* chain_xor;  // [i] nibble XOR: M[i](x), plain c -> Y[i](x ^ c)
   const uint8_t* yellow;     // [i][Y[i](v)] -> yellow(v)
   const uint8_t* blue;       // [i][Y[i](v)] -> blue(v) = white(v)
 };
