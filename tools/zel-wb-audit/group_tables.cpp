@@ -1,10 +1,16 @@
 // group_tables.cpp: see group_tables.h.
 #include "group_tables.h"
 
+#include <cstring>
 #include <random>
 
 namespace zel_audit {
 namespace {
+
+// Up to this many distinct nibble group tables, every ordered pair is
+// offered; beyond, only neighbours (the decoding costs about a microsecond
+// per pair and 256-byte permutation of the region).
+constexpr size_t kAllPairs = 16;
 
 // row_is_permutation: |n| values, stride |step|, a permutation of 0..n-1.
 bool row_is_permutation(const uint8_t* p, unsigned n, unsigned step) {
@@ -64,11 +70,21 @@ GroupScan find_group_tables(const Region& tables) {
     if (e >= 0) nibble.emplace_back(t, e);
   }
   scan.nibble_tables = static_cast<unsigned>(nibble.size());
-  for (const auto& [high, e_high] : nibble)
-    for (const auto& [low, e_low] : nibble)
-      if (high != low)
+  // Equal tables (one form throughout) pair alike: keep the first of each;
+  // a table pairs with itself too (the same form on both halves).
+  std::vector<std::pair<const uint8_t*, int>> distinct;
+  for (const auto& t : nibble) {
+    bool seen = false;
+    for (const auto& d : distinct)
+      seen = seen || std::memcmp(d.first, t.first, 256) == 0;
+    if (!seen) distinct.push_back(t);
+  }
+  for (size_t h = 0; h < distinct.size(); ++h)
+    for (size_t l = 0; l < distinct.size(); ++l)
+      if (distinct.size() <= kAllPairs || h + 1 == l || l + 1 == h || h == l)
         scan.groups.push_back(
-            {high, low, static_cast<uint8_t>(e_high << 4 | e_low)});
+            {distinct[h].first, distinct[l].first,
+             static_cast<uint8_t>(distinct[h].second << 4 | distinct[l].second)});
   return scan;
 }
 

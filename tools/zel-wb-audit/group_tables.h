@@ -9,8 +9,9 @@
 //   - nibble-wide, a 16 x 16 table of 4-bit values (T[a << 4 | b]), at
 //     every 16-byte boundary. Two of them, one per half, make a byte-wide
 //     XOR in a nibble encoding: XOR tables of the [2][256] shape ([0] the
-//     high nibbles, [1] the low ones) hold such pairs. Every ordered pair
-//     of nibble group tables found is offered as (high, low).
+//     high nibbles, [1] the low ones) hold such pairs. Ordered pairs of
+//     distinct nibble group tables are offered as (high, low): all of them
+//     when there are at most 16, else neighbours in the region only.
 // A table counts when its rows are permutations, one row is the identity
 // (that row's index is E(0)), and on samples it is commutative, associative
 // and every element is its own inverse: a group of exponent 2, which is

@@ -16,6 +16,7 @@
 // permutations is then tried as a per-position table applied to the
 // protected key; a candidate raw key counts only if the target computes AES
 // under it.
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <string>
@@ -113,13 +114,17 @@ std::vector<Outcome> run_key_form(Target& target,
       if (run) perm_runs.push_back(off);
     }
   }
-  std::vector<Decoding> decodings;
+  std::vector<Decoding> decodings;  // distinct ones
+  const auto keep = [&](const Decoding& d) {
+    if (std::find(decodings.begin(), decodings.end(), d) == decodings.end())
+      decodings.push_back(d);
+  };
   for (const GroupXor& g : scan.groups) {
     Decoding d;
     for (size_t off : plain)
-      if (from_plain_output(g, tables.base + off, d)) decodings.push_back(d);
+      if (from_plain_output(g, tables.base + off, d)) keep(d);
     for (size_t off : perms)
-      if (from_encoded_sbox(g, tables.base + off, d)) decodings.push_back(d);
+      if (from_encoded_sbox(g, tables.base + off, d)) keep(d);
   }
   std::vector<uint8_t> found;
   unsigned tried = 0;
