@@ -56,8 +56,7 @@ GroupScan find_group_tables(const Region& tables) {
   std::vector<std::pair<const uint8_t*, int>> nibble;
   for (size_t off = 0; off + 256 <= tables.size; off += 16) {
     const uint8_t* t = tables.base + off;
-    if (off % 64 == 0 && off + 65536 <= tables.size &&
-        latin_square(t, 256)) {
+    if (off % 64 == 0 && off + 65536 <= tables.size && latin_square(t, 256)) {
       const int e = group_identity(t, 256);
       if (e >= 0) {
         scan.groups.push_back({t, nullptr, static_cast<uint8_t>(e)});
@@ -82,9 +81,9 @@ GroupScan find_group_tables(const Region& tables) {
   for (size_t h = 0; h < distinct.size(); ++h)
     for (size_t l = 0; l < distinct.size(); ++l)
       if (distinct.size() <= kAllPairs || h + 1 == l || l + 1 == h || h == l)
-        scan.groups.push_back(
-            {distinct[h].first, distinct[l].first,
-             static_cast<uint8_t>(distinct[h].second << 4 | distinct[l].second)});
+        scan.groups.push_back({distinct[h].first, distinct[l].first,
+                               static_cast<uint8_t>(distinct[h].second << 4 |
+                                                    distinct[l].second)});
   return scan;
 }
 

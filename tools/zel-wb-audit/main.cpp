@@ -2,14 +2,14 @@
 //
 // Runs attack classes against the core this program is linked with (the
 // traced build of the build's white-box core, with its generated tables)
-// or against a deliberately weak model that every attack must break, and
-// prints each attack's outcome and cost (model_target.h: plain, masked,
-// duplicated, uncorrelated; schedule, the only model with a key form). A host program for the device
-// maker's build host; never installed into a device image.
+// or against a deliberately weak model that every attack must break
+// (model_target.h), and prints each attack's outcome and cost. A host
+// program for the device maker's build host; never installed into a device
+// image.
 //
 //   zel-wb-audit [--target core|plain|masked|duplicated|uncorrelated|schedule]
-//                [--attacks LIST]
-//                [--key-size 128|256|both] [--direction enc|dec|both]
+//                [--attacks LIST] [--key-size 128|256|both]
+//                [--direction enc|dec|both]
 //                [--traces N] [--traces2 N] [--faults N] [--chosen N]
 //                [--known N] [--quick] [--require-key]
 //                [--egsk FILE] [--egsk256 FILE] [--seed FILE]
@@ -19,7 +19,8 @@
 // size and to the development key of keys/ for the other size.
 //
 // LIST is a comma-separated subset of keyform, dfa, collision, tcollision,
-// dca, dca2, pfa, copies, sifa, lda (default: all). The attacks use the
+// dca, dca2, pfa, copies, sifa, lda (default: all; keyform runs on the
+// targets with a key form only, core and schedule). The attacks use the
 // protected key (egsk) only as the key setups take it; the raw key, from
 // the seed through the key protection of the generator or from a raw-key
 // file, only scores them. --require-key exits 1 unless every attack family

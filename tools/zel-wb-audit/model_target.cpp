@@ -21,7 +21,10 @@ class ModelTarget : public Target {
  public:
   ModelTarget(ModelKind kind, bool decryptor, const std::vector<uint8_t>& key,
               const std::vector<uint8_t>& protected_key)
-      : kind_(kind), decryptor_(decryptor), key_(key), protected_(protected_key) {
+      : kind_(kind),
+        decryptor_(decryptor),
+        key_(key),
+        protected_(protected_key) {
     if (kind_ == ModelKind::kSchedule)
       schedule_ = std::make_unique<EncodedSchedule>(key_, protected_);
     std::mt19937 draw(0xe4c0d);
@@ -139,8 +142,7 @@ class ModelTarget : public Target {
 std::unique_ptr<Target> make_model_target(
     ModelKind kind, bool decryptor, const std::vector<uint8_t>& raw_key,
     const std::vector<uint8_t>& protected_key) {
-  return std::make_unique<ModelTarget>(kind, decryptor, raw_key,
-                                       protected_key);
+  return std::make_unique<ModelTarget>(kind, decryptor, raw_key, protected_key);
 }
 
 }  // namespace zel_audit
