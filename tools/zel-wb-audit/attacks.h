@@ -31,8 +31,9 @@ std::vector<Outcome> run_dca_second_order(Target& target,
                                           const Settings& settings,
                                           const std::vector<uint8_t>& raw_key);
 
-// key_form.cpp: group tables and plain key-dependent outputs in the table
-// section, without knowledge of the layout.
+// key_form.cpp: group tables (64 KiB and nibble-wide), plain key-dependent
+// outputs and encoded S-boxes in the target's tables, without knowledge of
+// the layout.
 std::vector<Outcome> run_key_form(Target& target,
                                   const std::vector<uint8_t>& protected_key,
                                   const std::vector<uint8_t>& raw_key);

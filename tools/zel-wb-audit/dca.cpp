@@ -98,13 +98,16 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
       }
     }
   }
-  // Keep the bits that correlate most on average over the guesses (the
-  // bits that depend on this input byte at all), z-score each.
+  // Keep the bits that depend on this input byte at all: their squared
+  // correlations average over the guesses clearly above the 8 / (n - 1)
+  // that sampling noise alone gives (independent bits would outnumber
+  // them and drown their z-scores); at most 64, the strongest; z-score
+  // each.
   std::vector<std::pair<double, size_t>> by_mean;
   for (size_t b = 0; b < squares.size(); ++b) {
     double mean = 0;
     for (double v : squares[b]) mean += v;
-    by_mean.emplace_back(mean / 256, b);
+    if (mean / 256 > 1.5 * 8 / (n - 1)) by_mean.emplace_back(mean / 256, b);
   }
   std::sort(by_mean.rbegin(), by_mean.rend());
   double low[256] = {};

@@ -14,8 +14,8 @@
 // correct guess with sampling noise only, where wrong guesses keep a
 // residual correlation. Per trace bit, the summed squared correlations of
 // all guesses are turned into z-scores against the other guesses; the
-// bits that correlate most on average are kept, and the guess with the
-// lowest total z ranks first.
+// bits whose average clearly exceeds sampling noise are kept (at most 64,
+// the strongest), and the guess with the lowest total z ranks first.
 //
 // Traces are folded into per-position counts as they arrive (memory does
 // not grow with their number); the correlations for all 256 guesses come

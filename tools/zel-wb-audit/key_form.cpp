@@ -1,54 +1,40 @@
 // key_form.cpp: key-form analysis of the static tables, knowing nothing
-// of their layout: the section zel_wb_tables is scanned at every 64-byte
-// boundary.
+// of their layout: the region is scanned at every 64-byte boundary (16 for
+// nibble tables).
 //
-// Group tables: a 64 KiB table T[a][b] whose rows are permutations, with
-// an identity row (T[e][b] = b) and commutative, associative on samples, is
-// XOR in some encoding: T[E(a)][E(b)] = E(a ^ b), e = E(0).
-// Plain key-dependent output: a 64 KiB table whose rows differ by a
-// constant XOR (T[r][c] = f(c) ^ g(r)) outputs g(r) in plain: if r is a
-// key byte in some encoding, g gives it away.
-// Route to the key: for a group table and an XOR-separable table whose g
-// is a homomorphism of the group, D(x) = g(x) ^ g(e) decodes the group's
-// encoding. Every block of 16 (or 32) consecutive 256-byte permutations
-// is then tried as a per-position table applied to the protected key; a
-// candidate raw key counts only if the target computes AES under it.
+// Group tables (group_tables.h): XOR in one encoding E, byte-wide (64 KiB)
+// or as a pair of nibble tables. A group table alone tells E up to a
+// linear map; two routes fix that map:
+//   - plain key-dependent output: a 64 KiB table whose rows differ by a
+//     constant XOR (T[r][c] = f(c) ^ g(r)) outputs g(r) in plain; if g is
+//     a homomorphism of the group, D(x) = g(x) ^ g(e) decodes E;
+//   - an encoded S-box: a 256-byte permutation Z = E S E^-1. From
+//     E(0) = e, E(S^n(0)) = Z^n(e) along the S-box's cycle through 0
+//     (59 values, which span all bytes), and the group table extends E
+//     linearly; Z and E must then agree on all 256 values.
+// Route to the key: every block of 16 (or 32) consecutive 256-byte
+// permutations is then tried as a per-position table applied to the
+// protected key; a candidate raw key counts only if the target computes AES
+// under it.
+#include <algorithm>
+#include <array>
 #include <chrono>
-#include <cstring>
-#include <random>
 #include <string>
 
+#include "aes_util.h"
 #include "attacks.h"
+#include "group_tables.h"
 
 namespace zel_audit {
 namespace {
 
-constexpr size_t kXor = 65536;
+using Decoding = std::array<uint8_t, 256>;  // D = E^-1
 
 bool is_permutation(const uint8_t* p) {
   uint8_t seen[256] = {};
   for (unsigned i = 0; i < 256; ++i)
     if (seen[p[i]]++) return false;
   return true;
-}
-
-// group_identity returns the identity row of a group table, or -1.
-int group_identity(const uint8_t* t) {
-  if (!is_permutation(t) || !is_permutation(t + 256)) return -1;
-  int e = -1;
-  for (unsigned r = 0; r < 256 && e < 0; ++r) {
-    bool id = true;
-    for (unsigned b = 0; b < 256 && id; ++b) id = t[r * 256 + b] == b;
-    if (id) e = static_cast<int>(r);
-  }
-  if (e < 0) return -1;
-  std::mt19937 rng(1);
-  for (int s = 0; s < 256; ++s) {
-    const unsigned a = rng() & 255, b = rng() & 255, c = rng() & 255;
-    if (t[a * 256 + b] != t[b * 256 + a]) return -1;
-    if (t[t[a * 256 + b] * 256 + c] != t[a * 256 + t[b * 256 + c]]) return -1;
-  }
-  return e;
 }
 
 // separable: rows are permutations differing by constant XORs.
@@ -64,6 +50,47 @@ bool separable(const uint8_t* t) {
   return varies;
 }
 
+bool from_plain_output(const GroupXor& g, const uint8_t* x, Decoding& d) {
+  for (unsigned v = 0; v < 256; ++v)
+    d[v] = (x[v * 256] ^ x[0]) ^ (x[g.identity * 256] ^ x[0]);
+  for (unsigned a = 0; a < 256; a += 7)
+    for (unsigned b = 0; b < 256; b += 13)
+      if (d[g.apply(a, b)] != (d[a] ^ d[b])) return false;
+  return is_permutation(d.data());
+}
+
+bool from_encoded_sbox(const GroupXor& g, const uint8_t* z, Decoding& d) {
+  std::array<int, 256> e;  // E, built on a growing subspace
+  e.fill(-1);
+  e[0] = g.identity;
+  std::vector<uint8_t> span{0};
+  uint8_t x = 0, y = g.identity;
+  do {
+    x = sbox()[x];
+    y = z[y];
+    if (e[x] >= 0) {
+      if (e[x] != y) return false;
+      continue;
+    }
+    for (size_t i = 0, n = span.size(); i < n; ++i) {
+      const uint8_t s = span[i];
+      e[s ^ x] = g.apply(static_cast<uint8_t>(e[s]), y);
+      span.push_back(static_cast<uint8_t>(s ^ x));
+    }
+  } while (x != 0);
+  if (span.size() != 256) return false;
+  for (unsigned v = 0; v < 256; ++v)
+    if (z[e[v]] != e[sbox()[v]]) return false;
+  d.fill(0);
+  std::array<bool, 256> hit{};
+  for (unsigned v = 0; v < 256; ++v) {
+    if (hit[e[v]]) return false;
+    hit[e[v]] = true;
+    d[e[v]] = static_cast<uint8_t>(v);
+  }
+  return true;
+}
+
 }  // namespace
 
 std::vector<Outcome> run_key_form(Target& target,
@@ -71,19 +98,15 @@ std::vector<Outcome> run_key_form(Target& target,
                                   const std::vector<uint8_t>& raw_key) {
   const auto start = std::chrono::steady_clock::now();
   const Region tables = target.tables();
-  std::vector<std::pair<size_t, int>> groups;  // offset, identity
-  std::vector<size_t> plain;                   // XOR-separable tables
-  std::vector<size_t> perm_runs;               // 16 or 32 permutations
+  const GroupScan scan = find_group_tables(tables);
+  std::vector<size_t> plain;      // XOR-separable tables
+  std::vector<size_t> perms;      // 256-byte permutations
+  std::vector<size_t> perm_runs;  // 16 or 32 of them in a row
   const unsigned key_len = target.key_len();
   for (size_t off = 0; off + 256 <= tables.size; off += 64) {
     const uint8_t* t = tables.base + off;
-    if (off + kXor <= tables.size) {
-      const int e = group_identity(t);
-      if (e >= 0)
-        groups.emplace_back(off, e);
-      else if (separable(t))
-        plain.push_back(off);
-    }
+    if (off + 65536 <= tables.size && separable(t)) plain.push_back(off);
+    if (is_permutation(t)) perms.push_back(off);
     if (off + 256 * key_len <= tables.size) {
       bool run = true;
       for (unsigned j = 0; j < key_len && run; ++j)
@@ -91,32 +114,33 @@ std::vector<Outcome> run_key_form(Target& target,
       if (run) perm_runs.push_back(off);
     }
   }
+  std::vector<Decoding> decodings;  // distinct ones
+  const auto keep = [&](const Decoding& d) {
+    if (std::find(decodings.begin(), decodings.end(), d) == decodings.end())
+      decodings.push_back(d);
+  };
+  for (const GroupXor& g : scan.groups) {
+    Decoding d;
+    for (size_t off : plain)
+      if (from_plain_output(g, tables.base + off, d)) keep(d);
+    for (size_t off : perms)
+      if (from_encoded_sbox(g, tables.base + off, d)) keep(d);
+  }
   std::vector<uint8_t> found;
   unsigned tried = 0;
-  for (auto [goff, e] : groups)
-    for (size_t poff : plain) {
-      const uint8_t* g = tables.base + goff;
-      const uint8_t* x = tables.base + poff;
-      uint8_t decode[256];
-      for (unsigned v = 0; v < 256; ++v)
-        decode[v] = (x[v * 256] ^ x[0]) ^ (x[e * 256] ^ x[0]);
-      bool homomorphic = true;
-      for (unsigned a = 0; a < 256 && homomorphic; a += 7)
-        for (unsigned b = 0; b < 256 && homomorphic; b += 13)
-          homomorphic = decode[g[a * 256 + b]] == (decode[a] ^ decode[b]);
-      if (!homomorphic) continue;
-      for (size_t uoff : perm_runs) {
-        std::vector<uint8_t> key(key_len);
-        for (unsigned j = 0; j < key_len; ++j)
-          key[j] = decode[tables.base[uoff + 256 * j + protected_key[j]]];
-        ++tried;
-        if (key_works(target, key)) {
-          found = key;
-          break;
-        }
+  for (const Decoding& d : decodings) {
+    for (size_t off : perm_runs) {
+      std::vector<uint8_t> key(key_len);
+      for (unsigned j = 0; j < key_len; ++j)
+        key[j] = d[tables.base[off + 256 * j + protected_key[j]]];
+      ++tried;
+      if (key_works(target, key)) {
+        found = key;
+        break;
       }
-      if (!found.empty()) break;
     }
+    if (!found.empty()) break;
+  }
   Outcome o;
   o.attack = "key form, table scan";
   o.key_bytes = key_len;
@@ -126,8 +150,12 @@ std::vector<Outcome> run_key_form(Target& target,
   o.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
           .count();
-  o.detail = std::to_string(groups.size()) + " group tables, " +
-             std::to_string(plain.size()) + " with plain key-dependent output";
+  o.detail = std::to_string(scan.byte_tables) + " group tables (64 KiB), " +
+             std::to_string(scan.nibble_tables) + " nibble group tables of " +
+             std::to_string(scan.latin_squares) + " 16x16 Latin squares, " +
+             std::to_string(plain.size()) +
+             " with plain key-dependent output, " +
+             std::to_string(decodings.size()) + " decodings";
   return {o};
 }
 

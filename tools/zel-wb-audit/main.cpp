@@ -2,12 +2,14 @@
 //
 // Runs attack classes against the core this program is linked with (the
 // traced build of the build's white-box core, with its generated tables)
-// or against a deliberately weak model that every attack must break, and
-// prints each attack's outcome and cost. A host program for the device
-// maker's build host; never installed into a device image.
+// or against a deliberately weak model that every attack must break
+// (model_target.h), and prints each attack's outcome and cost. A host
+// program for the device maker's build host; never installed into a device
+// image.
 //
-//   zel-wb-audit [--target core|plain|masked|duplicated] [--attacks LIST]
-//                [--key-size 128|256|both] [--direction enc|dec|both]
+//   zel-wb-audit [--target core|plain|masked|duplicated|uncorrelated|schedule]
+//                [--attacks LIST] [--key-size 128|256|both]
+//                [--direction enc|dec|both]
 //                [--traces N] [--traces2 N] [--faults N] [--chosen N]
 //                [--known N] [--quick] [--require-key]
 //                [--egsk FILE] [--egsk256 FILE] [--seed FILE]
@@ -17,7 +19,8 @@
 // size and to the development key of keys/ for the other size.
 //
 // LIST is a comma-separated subset of keyform, dfa, collision, tcollision,
-// dca, dca2, pfa, copies, sifa, lda (default: all). The attacks use the
+// dca, dca2, pfa, copies, sifa, lda (default: all; keyform runs on the
+// targets with a key form only, core and schedule). The attacks use the
 // protected key (egsk) only as the key setups take it; the raw key, from
 // the seed through the key protection of the generator or from a raw-key
 // file, only scores them. --require-key exits 1 unless every attack family
@@ -26,6 +29,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -53,6 +58,18 @@ struct Options {
   std::string seed = ZEL_WB_SEED_FILE;
 };
 
+std::optional<ModelKind> model_kind(const std::string& name) {
+  static const std::map<std::string, ModelKind> kinds = {
+      {"plain", ModelKind::kPlain},
+      {"masked", ModelKind::kMasked},
+      {"duplicated", ModelKind::kDuplicated},
+      {"uncorrelated", ModelKind::kUncorrelated},
+      {"schedule", ModelKind::kSchedule}};
+  const auto it = kinds.find(name);
+  if (it == kinds.end()) return std::nullopt;
+  return it->second;
+}
+
 Bytes read_file(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) {
@@ -65,8 +82,9 @@ Bytes read_file(const std::string& path) {
 [[noreturn]] void usage() {
   std::fprintf(
       stderr,
-      "usage: zel-wb-audit [--target core|plain|masked|duplicated] [--attacks "
-      "LIST] [--key-size 128|256|both]\n  [--direction enc|dec|both]"
+      "usage: zel-wb-audit [--target core|plain|masked|duplicated|"
+      "uncorrelated|schedule]\n  [--attacks LIST] [--key-size 128|256|both]"
+      " [--direction enc|dec|both]\n "
       " [--traces N] [--traces2 N] [--faults N] [--chosen N]\n  "
       "[--known N] [--quick] [--require-key] [--egsk FILE] "
       "[--egsk256 FILE]\n  [--seed FILE] [--raw-key FILE] "
@@ -140,9 +158,7 @@ Options parse(int argc, char** argv) {
     else
       usage();
   }
-  if (o.target != "core" && o.target != "plain" && o.target != "masked" &&
-      o.target != "duplicated")
-    usage();
+  if (o.target != "core" && !model_kind(o.target)) usage();
   return o;
 }
 
@@ -180,13 +196,9 @@ int run(int argc, char** argv) {
     const Bytes raw_key = raw_key_for(o, slot, protected_key);
     for (bool dec : o.directions) {
       std::unique_ptr<Target> target =
-          o.target == "core"
-              ? make_core_target(dec, protected_key)
-              : make_model_target(o.target == "plain" ? ModelKind::kPlain
-                                  : o.target == "masked"
-                                      ? ModelKind::kMasked
-                                      : ModelKind::kDuplicated,
-                                  dec, raw_key);
+          o.target == "core" ? make_core_target(dec, protected_key)
+                             : make_model_target(*model_kind(o.target), dec,
+                                                 raw_key, protected_key);
       const std::string name =
           target->name() + ", AES-" + std::to_string(8 * key_len);
       const auto add = [&](const char* family, std::vector<Outcome> outcomes) {
@@ -196,7 +208,7 @@ int run(int argc, char** argv) {
           if (out.recovered >= 16) families_broken.insert(family);
         }
       };
-      if (wanted("keyform") && o.target == "core")
+      if (wanted("keyform") && (o.target == "core" || o.target == "schedule"))
         add("keyform", run_key_form(*target, protected_key, raw_key));
       if (wanted("collision"))
         add("collision", run_collisions(*target, o.settings, raw_key, false));

@@ -6,6 +6,8 @@
 
 #include "aes_reference.h"
 #include "aes_util.h"
+#include "encoded_schedule.h"
+#include "uncorrelated_encoding.h"
 #include "wb_trace.h"
 
 namespace zel_audit {
@@ -17,8 +19,17 @@ struct ModelWork {
 
 class ModelTarget : public Target {
  public:
-  ModelTarget(ModelKind kind, bool decryptor, const std::vector<uint8_t>& key)
-      : kind_(kind), decryptor_(decryptor), key_(key) {
+  ModelTarget(ModelKind kind, bool decryptor, const std::vector<uint8_t>& key,
+              const std::vector<uint8_t>& protected_key)
+      : kind_(kind),
+        decryptor_(decryptor),
+        key_(key),
+        protected_(protected_key) {
+    if (kind_ == ModelKind::kSchedule)
+      schedule_ = std::make_unique<EncodedSchedule>(key_, protected_);
+    std::mt19937 draw(0xe4c0d);
+    if (kind_ == ModelKind::kUncorrelated)
+      for (ByteTable& e : encodings_) e = uncorrelated_encoding(draw);
     for (unsigned x = 0; x < 256; ++x)
       table_[x] = table_[256 + x] =
           decryptor_ ? zel_ref::aes_inv_sbox(static_cast<uint8_t>(x))
@@ -26,10 +37,9 @@ class ModelTarget : public Target {
     reset();
   }
   std::string name() const override {
-    const char* kind = kind_ == ModelKind::kPlain    ? "weak model (plain"
-                       : kind_ == ModelKind::kMasked ? "weak model (masked"
-                                                     : "weak model (duplicated";
-    return std::string(kind) +
+    static const char* const kinds[] = {"plain", "masked", "duplicated",
+                                        "uncorrelated", "key schedule"};
+    return std::string("weak model (") + kinds[static_cast<int>(kind_)] +
            (decryptor_ ? " table AES, decryption)" : " table AES, encryption)");
   }
   unsigned key_len() const override {
@@ -37,6 +47,7 @@ class ModelTarget : public Target {
   }
   bool decrypts() const override { return decryptor_; }
   void reset() override {
+    if (schedule_) return schedule_->expand(protected_, work_.round_key);
     zel_ref::AesKeySchedule schedule;
     zel_ref::aes_expand_key(key_.data(), key_len(), schedule);
     std::memcpy(work_.round_key, schedule.round_key, sizeof work_.round_key);
@@ -52,6 +63,7 @@ class ModelTarget : public Target {
       for (unsigned i = 0; i < 16; ++i) out[i] = static_cast<uint8_t>(rng_());
   }
   Region tables() override {
+    if (schedule_) return schedule_->tables();
     return {table_, kind_ == ModelKind::kDuplicated ? 512u : 256u};
   }
   Region work() override {
@@ -64,8 +76,13 @@ class ModelTarget : public Target {
       mismatch_ |= table_[x] != table_[256 + x];
     return table_[x];
   }
-  uint8_t trace(unsigned layer, uint8_t v) {
-    if (kind_ == ModelKind::kPlain) return ZEL_WB_TRACE(layer, v);
+  // trace records v, the value at |slot| (0..31, see model_target.h).
+  uint8_t trace(unsigned layer, unsigned slot, uint8_t v) {
+    if (kind_ == ModelKind::kUncorrelated) {
+      ZEL_WB_TRACE(layer, encodings_[slot][v]);
+      return v;
+    }
+    if (kind_ != ModelKind::kMasked) return ZEL_WB_TRACE(layer, v);
     const uint8_t m = static_cast<uint8_t>(rng_());
     ZEL_WB_TRACE(layer, static_cast<uint8_t>(v ^ m));
     ZEL_WB_TRACE(layer, m);
@@ -78,14 +95,14 @@ class ModelTarget : public Target {
     for (unsigned r = 1; r <= rounds; ++r) {
       uint8_t t[16];
       for (unsigned i = 0; i < 16; ++i)
-        t[i] = trace(r - 1, sub(s[i] ^ work_.round_key[r - 1][i]));
+        t[i] = trace(r - 1, i, sub(s[i] ^ work_.round_key[r - 1][i]));
       shift_rows(t);
       if (r < rounds) {
         mix_columns(t);
-        for (unsigned i = 0; i < 16; ++i) s[i] = trace(r - 1, t[i]);
+        for (unsigned i = 0; i < 16; ++i) s[i] = trace(r - 1, 16 + i, t[i]);
       } else {
         for (unsigned i = 0; i < 16; ++i)
-          out[i] = trace(r - 1, t[i] ^ work_.round_key[r][i]);
+          out[i] = trace(r - 1, 16 + i, t[i] ^ work_.round_key[r][i]);
       }
     }
   }
@@ -99,10 +116,10 @@ class ModelTarget : public Target {
       inv_shift_rows(s);
       uint8_t t[16];
       for (unsigned i = 0; i < 16; ++i)
-        t[i] = trace(l, sub(s[i]) ^ work_.round_key[rounds - 1 - l][i]);
+        t[i] = trace(l, i, sub(s[i]) ^ work_.round_key[rounds - 1 - l][i]);
       if (l + 1 < rounds) {
         inv_mix_columns(t);
-        for (unsigned i = 0; i < 16; ++i) s[i] = trace(l, t[i]);
+        for (unsigned i = 0; i < 16; ++i) s[i] = trace(l, 16 + i, t[i]);
       } else {
         std::memcpy(out, t, 16);
       }
@@ -111,7 +128,9 @@ class ModelTarget : public Target {
 
   ModelKind kind_;
   bool decryptor_;
-  std::vector<uint8_t> key_;
+  std::vector<uint8_t> key_, protected_;
+  std::unique_ptr<EncodedSchedule> schedule_;  // kSchedule
+  std::array<ByteTable, 32> encodings_;        // kUncorrelated, by slot
   ModelWork work_;
   uint8_t table_[512];  // the S-box; a second copy for kDuplicated
   bool mismatch_ = false;
@@ -120,9 +139,10 @@ class ModelTarget : public Target {
 
 }  // namespace
 
-std::unique_ptr<Target> make_model_target(ModelKind kind, bool decryptor,
-                                          const std::vector<uint8_t>& raw_key) {
-  return std::make_unique<ModelTarget>(kind, decryptor, raw_key);
+std::unique_ptr<Target> make_model_target(
+    ModelKind kind, bool decryptor, const std::vector<uint8_t>& raw_key,
+    const std::vector<uint8_t>& protected_key) {
+  return std::make_unique<ModelTarget>(kind, decryptor, raw_key, protected_key);
 }
 
 }  // namespace zel_audit

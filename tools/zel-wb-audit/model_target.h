@@ -13,7 +13,17 @@
 //   kDuplicated: plain, but the S-box is held twice and every look-up
 //            reads both copies; on a mismatch the block's output is
 //            random bytes (a fault in one copy defeats plain PFA, the
-//            same fault in both copies must not).
+//            same fault in both copies must not);
+//   kUncorrelated: every traced byte v of layer l at position i (S-box
+//            outputs at 0..15, MixColumns and output bytes at 16..31) as
+//            E[i](v), E[i] without single-bit correlation
+//            (uncorrelated_encoding.h): the correct DCA guess then meets
+//            no correlation at all, which ranking by the lowest
+//            correlation must find (and by the highest must not);
+//   kSchedule: plain, but the round keys come from the protected key
+//            through the encoded key schedule of encoded_schedule.h, whose
+//            tables are the tables() region (the key-form scan must read
+//            the raw key from them).
 #ifndef ZEL_WB_AUDIT_MODEL_TARGET_H
 #define ZEL_WB_AUDIT_MODEL_TARGET_H
 
@@ -24,10 +34,12 @@
 
 namespace zel_audit {
 
-enum class ModelKind { kPlain, kMasked, kDuplicated };
+enum class ModelKind { kPlain, kMasked, kDuplicated, kUncorrelated, kSchedule };
 
-std::unique_ptr<Target> make_model_target(ModelKind kind, bool decryptor,
-                                          const std::vector<uint8_t>& raw_key);
+// |protected_key| is used by kSchedule only.
+std::unique_ptr<Target> make_model_target(
+    ModelKind kind, bool decryptor, const std::vector<uint8_t>& raw_key,
+    const std::vector<uint8_t>& protected_key);
 
 }  // namespace zel_audit
 
