@@ -1,7 +1,6 @@
 // group_tables.cpp: see group_tables.h.
 #include "group_tables.h"
 
-#include <cstring>
 #include <random>
 
 namespace zel_audit {
@@ -53,37 +52,51 @@ int group_identity(const uint8_t* t, unsigned n) {
 
 GroupScan find_group_tables(const Region& tables) {
   GroupScan scan;
-  std::vector<std::pair<const uint8_t*, int>> nibble;
+  std::vector<std::pair<NibbleTable, int>> nibble;
+  NibbleTable plane[3];  // the bytes themselves, high nibbles, low nibbles
   for (size_t off = 0; off + 256 <= tables.size; off += 16) {
     const uint8_t* t = tables.base + off;
     if (off % 64 == 0 && off + 65536 <= tables.size && latin_square(t, 256)) {
       const int e = group_identity(t, 256);
       if (e >= 0) {
-        scan.groups.push_back({t, nullptr, static_cast<uint8_t>(e)});
+        GroupXor g;
+        g.byte_table = t;
+        g.identity = static_cast<uint8_t>(e);
+        scan.groups.push_back(g);
         ++scan.byte_tables;
       }
     }
-    if (!latin_square(t, 16)) continue;
-    ++scan.latin_squares;
-    const int e = group_identity(t, 16);
-    if (e >= 0) nibble.emplace_back(t, e);
+    for (unsigned i = 0; i < 256; ++i) {
+      plane[0][i] = t[i];
+      plane[1][i] = t[i] >> 4;
+      plane[2][i] = t[i] & 15;
+    }
+    for (const NibbleTable& square : plane) {
+      if (!latin_square(square.data(), 16)) continue;
+      ++scan.latin_squares;
+      const int e = group_identity(square.data(), 16);
+      if (e >= 0) nibble.emplace_back(square, e);
+    }
   }
   scan.nibble_tables = static_cast<unsigned>(nibble.size());
   // Equal tables (one form throughout) pair alike: keep the first of each;
   // a table pairs with itself too (the same form on both halves).
-  std::vector<std::pair<const uint8_t*, int>> distinct;
+  std::vector<std::pair<NibbleTable, int>> distinct;
   for (const auto& t : nibble) {
     bool seen = false;
-    for (const auto& d : distinct)
-      seen = seen || std::memcmp(d.first, t.first, 256) == 0;
+    for (const auto& d : distinct) seen = seen || d.first == t.first;
     if (!seen) distinct.push_back(t);
   }
   for (size_t h = 0; h < distinct.size(); ++h)
     for (size_t l = 0; l < distinct.size(); ++l)
-      if (distinct.size() <= kAllPairs || h + 1 == l || l + 1 == h || h == l)
-        scan.groups.push_back({distinct[h].first, distinct[l].first,
-                               static_cast<uint8_t>(distinct[h].second << 4 |
-                                                    distinct[l].second)});
+      if (distinct.size() <= kAllPairs || h + 1 == l || l + 1 == h || h == l) {
+        GroupXor g;
+        g.high = distinct[h].first;
+        g.low = distinct[l].first;
+        g.identity =
+            static_cast<uint8_t>(distinct[h].second << 4 | distinct[l].second);
+        scan.groups.push_back(g);
+      }
   return scan;
 }
 

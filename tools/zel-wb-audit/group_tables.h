@@ -7,11 +7,12 @@
 // shapes are searched:
 //   - byte-wide, 64 KiB, T[a * 256 + b], at every 64-byte boundary;
 //   - nibble-wide, a 16 x 16 table of 4-bit values (T[a << 4 | b]), at
-//     every 16-byte boundary. Two of them, one per half, make a byte-wide
-//     XOR in a nibble encoding: XOR tables of the [2][256] shape ([0] the
-//     high nibbles, [1] the low ones) hold such pairs. Ordered pairs of
-//     distinct nibble group tables are offered as (high, low): all of them
-//     when there are at most 16, else neighbours in the region only.
+//     every 16-byte boundary, either one value per byte or packed, two
+//     tables in the high and the low nibbles of the same 256 bytes (each
+//     nibble plane is tried as a table). Two of them, one per half, make a
+//     byte-wide XOR in a nibble encoding. Ordered pairs of distinct nibble
+//     group tables are offered as (high, low): all of them when there are
+//     at most 16, else neighbours in the region only.
 // A table counts when its rows are permutations, one row is the identity
 // (that row's index is E(0)), and on samples it is commutative, associative
 // and every element is its own inverse: a group of exponent 2, which is
@@ -19,6 +20,7 @@
 #ifndef ZEL_WB_AUDIT_GROUP_TABLES_H
 #define ZEL_WB_AUDIT_GROUP_TABLES_H
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -26,14 +28,18 @@
 
 namespace zel_audit {
 
-// GroupXor is one byte-wide XOR in an encoding: a 64 KiB table (|low| is
-// null), or a high and a low nibble table.
+// NibbleTable is a 16 x 16 table of 4-bit values, one per byte (a copy:
+// packed tables are split into their planes).
+using NibbleTable = std::array<uint8_t, 256>;
+
+// GroupXor is one byte-wide XOR in an encoding: a 64 KiB table in the
+// region (|byte_table|), or a high and a low nibble table.
 struct GroupXor {
-  const uint8_t* high;
-  const uint8_t* low;
-  uint8_t identity;  // E(0)
+  const uint8_t* byte_table = nullptr;
+  NibbleTable high{}, low{};
+  uint8_t identity = 0;  // E(0)
   uint8_t apply(uint8_t a, uint8_t b) const {
-    if (low == nullptr) return high[a * 256 + b];
+    if (byte_table != nullptr) return byte_table[a * 256 + b];
     return static_cast<uint8_t>(high[(a & 0xf0) | b >> 4] << 4 |
                                 low[(a & 15) << 4 | (b & 15)]);
   }
