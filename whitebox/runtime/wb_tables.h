@@ -6,10 +6,10 @@
 // build from the seed; "nibble form" means two independent 4-bit
 // bijections, one per half of the byte, so that values in that form can go
 // through 4+4 -> 4 bit XOR tables):
-//   KW, T     the forms of the key schedule's bytes: one per word and byte
-//             position (KeySchedule below), so every round-key byte has a
-//             form of its own per round and position, up to and into the
-//             look-ups that materialise the keyed tables;
+//   KW, T     the forms of the key schedule's bytes: one per copy, word
+//             and byte position (KeySchedule below), so every round-key
+//             byte has a form of its own per round and position, up to and
+//             into the look-ups that materialise the keyed tables;
 //   U         the entry form of a direction (nibble form): (input byte ^
 //             chaining byte) going in, and the index form of the look-ups
 //             that a key setup materialises;
