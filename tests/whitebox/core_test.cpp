@@ -3,10 +3,14 @@
 // over two calls, key changes and the same key set up again, decryption to
 // yellow and to blue, re-encryption of blue after decryption and back);
 // the majority vote: one corrupted byte anywhere in one copy's keyed
-// tables of either core leaves every output correct; zel-wb-generate run
+// tables of either core, or a corrupted entry or table of one copy's key
+// schedule while a new key is set up, leaves every output correct;
+// zel-wb-generate run
 // again on the build's seed writes the build's sources byte for byte; and
 // zel-egsk wrap gives the form the key setups take, unwrap undoes it.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +22,7 @@
 #include "PKIWB_encrypt.h"
 #include "aes_reference.h"
 #include "keyed_tables.h"
+#include "wb_tables.h"
 #include "temp_dir.h"
 #include "test_keys.h"
 #include "wb_core.h"
@@ -116,6 +121,56 @@ TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
     dec.work->cbc_decrypt_blue_128 = enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
     decrypt ? wb_dec::wb_cbc_decrypt_blue_128(dec) : wb_enc::wb_cbc_encrypt_128(enc);
     *byte = saved;
+    ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
+                                       wb_enc::wb_input_encoding)
+                           : reference_cbc(raw, iv, data, true)) << "trial " << trial;
+  }
+  std::free(enc.work);
+  std::free(dec.work);
+}
+
+// Writable makes the read-only pages under [p, p + n) writable for its
+// lifetime.
+struct Writable {
+  uint8_t* start;
+  size_t length;
+  Writable(const uint8_t* p, size_t n) {
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = reinterpret_cast<uintptr_t>(p) & ~(page - 1);
+    start = reinterpret_cast<uint8_t*>(first);
+    length = reinterpret_cast<uintptr_t>(p) + n - first;
+    EXPECT_EQ(mprotect(start, length, PROT_READ | PROT_WRITE), 0);
+  }
+  ~Writable() { mprotect(start, length, PROT_READ); }
+};
+
+TEST(CoreMajority, OneCopysCorruptedKeyScheduleIsCorrected) {
+  wb_enc::WbCoreState enc{static_cast<wb_enc::WbCoreWork*>(std::malloc(wb_enc::wb_work_size)), 0};
+  wb_dec::WbCoreState dec{static_cast<wb_dec::WbCoreWork*>(std::malloc(wb_dec::wb_work_size)), 0};
+  for (int trial = 0; trial < 48; ++trial) {
+    const bool decrypt = trial & 1;
+    const Bytes raw = random_bytes(16), iv = random_bytes(16), key = CoreKeyForm(raw);
+    // A corrupted entry that this key reads (unprotect), or a whole corrupted
+    // SubWord or XOR table of the copy's schedule.
+    const zel_whitebox::KeySchedule& ks = zel_whitebox::key_tables[trial % 3].aes128;
+    const uint8_t* at = trial % 6 < 2   ? ks.unprotect + (trial % 16) * 256 + key[trial % 16]
+                        : trial % 6 < 4 ? ks.sub_word + rng() % 40 * 256
+                                        : ks.xor_ + rng() % 160 * zel_whitebox::kNibbleXorSize;
+    const size_t length = trial % 6 < 2 ? 1 : 256;
+    const Writable writable(at, length);
+    uint8_t* bytes = const_cast<uint8_t*>(at);
+    const Bytes saved(bytes, bytes + length);
+    for (size_t i = 0; i < length; ++i) bytes[i] ^= static_cast<uint8_t>(1 + rng() % 255);
+    for (uint8_t* field : {enc.work->key_iv_setup_128.key, dec.work->key_iv_setup_128.key}) {
+      std::memcpy(field, key.data(), 16);
+      std::memcpy(field + 16, iv.data(), 16);
+    }
+    decrypt ? wb_dec::wb_key_iv_setup_128(dec) : wb_enc::wb_key_iv_setup_128(enc);
+    std::memcpy(bytes, saved.data(), length);
+    const Bytes data = random_bytes(64);
+    Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding), out(64);
+    dec.work->cbc_decrypt_blue_128 = enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
+    decrypt ? wb_dec::wb_cbc_decrypt_blue_128(dec) : wb_enc::wb_cbc_encrypt_128(enc);
     ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
                                        wb_enc::wb_input_encoding)
                            : reference_cbc(raw, iv, data, true)) << "trial " << trial;

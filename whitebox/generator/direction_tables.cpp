@@ -104,15 +104,19 @@ Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b,
 }
 
 Bytes build_key_xor(const DirectionEncodings& enc,
-                    const std::vector<ByteMap>& key_forms, KeyUse use) {
-  const unsigned rounds = static_cast<unsigned>(key_forms.size()) / 16 - 1;
+                    const std::vector<ByteMap>& word_forms, KeyUse use) {
   Bytes tables;
-  for (unsigned index = 0; index < key_forms.size(); ++index) {
+  const auto add = [&](unsigned rounds, unsigned index) {
     const KeyByteUse byte_use = use(enc, rounds, index);
     const Bytes table =
-        nibble_xor_table(key_forms[index], *byte_use.second, *byte_use.out);
+        nibble_xor_table(word_forms[index], *byte_use.second, *byte_use.out);
     tables.insert(tables.end(), table.begin(), table.end());
-  }
+  };
+  for (unsigned index = 0; index < zel_whitebox::kWords256 * 4; ++index)
+    add(zel_whitebox::kMaxRounds, index);
+  for (unsigned index = zel_whitebox::kAes128LastKey;
+       index < zel_whitebox::kWords128 * 4; ++index)
+    add(10, index);
   return tables;
 }
 
@@ -137,8 +141,9 @@ Bytes build_vote(const Copies& enc, const std::array<ByteMap, 16>& result) {
         const unsigned b = half_of(from[1], half, (n >> 4) & 15);
         const unsigned c = half_of(from[2], half, n & 15);
         const unsigned majority = (a & b) | (a & c) | (b & c);
-        table[(i * 2 + half) * 4096 + n] =
-            static_cast<uint8_t>(half_of(result[i], half, majority));
+        const unsigned entry = (i * 2 + half) * 4096 + n;
+        table[entry / 2] |= static_cast<uint8_t>(
+            half_of(result[i], half, majority) << 4 * (entry % 2));
       }
   }
   return table;

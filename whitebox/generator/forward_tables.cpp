@@ -15,7 +15,7 @@ KeyByteUse forward_key_use(const DirectionEncodings& enc, unsigned rounds,
 }
 
 CopyTableSet build_copy(const DirectionEncodings& enc,
-                        const ScheduleForms& key_forms) {
+                        const std::vector<ByteMap>& word_forms) {
   const ByteMap from_sbox_in = inverse_of(enc.sbox_in);
   CopyTableSet set;
   set.entry_index = build_layer_maps(enc, enc.entry, 0);
@@ -25,8 +25,7 @@ CopyTableSet build_copy(const DirectionEncodings& enc,
   set.sbox_step.resize(256);
   for (unsigned h = 0; h < 256; ++h)
     set.sbox_step[h] = enc.sbox_out[zel_ref::aes_sbox(from_sbox_in[h])];
-  for (unsigned size = 0; size < 2; ++size)
-    set.key_xor[size] = build_key_xor(enc, key_forms[size], forward_key_use);
+  set.key_xor = build_key_xor(enc, word_forms, forward_key_use);
   set.out_form = build_out_forms(enc);
   return set;
 }
@@ -41,7 +40,7 @@ ForwardTableSet build_forward_tables(const Copies& enc, const ByteMap& white,
   ForwardTableSet set;
   set.input_xor = nibble_xor_table(white, identity_map(), entry);
   for (unsigned c = 0; c < kCopies; ++c)
-    set.copy[c] = build_copy(enc[c], key_forms);
+    set.copy[c] = build_copy(enc[c], key_forms[c]);
   std::array<ByteMap, 16> plain;
   plain.fill(identity_map());
   set.vote = build_vote(enc, plain);

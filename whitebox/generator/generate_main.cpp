@@ -68,9 +68,7 @@ std::string emit_copy(SourceWriter& w, const std::string& p,
   text += ", " + w.add_bytes(p + "mix_xor_r", c.mix_xor[2], "kXorTableSize");
   text += "}, " + w.add_words(p + "sbox_mix", c.sbox_mix, "kSboxMixSize");
   text += ", " + w.add_bytes(p + "sbox_step", c.sbox_step, "256");
-  text += ", {" + w.add_bytes(p + "key_xor128", c.key_xor[0], "kKeyXor128Size");
-  text += ", " + w.add_bytes(p + "key_xor256", c.key_xor[1], "kKeyXor256Size");
-  text += "}";
+  text += ", " + w.add_bytes(p + "key_xor", c.key_xor, "kKeyXorSize");
   text += ", " + w.add_bytes(p + "out_form", c.out_form, "kPositionMapsSize");
   return text + "}";
 }
@@ -93,8 +91,9 @@ void wipe_copies(Copies& copies) {
 }
 
 // The encryptor's stream gives the forward copies, the white form (which is
-// also the decryptor's blue) and the key schedules, whose forms of the
-// expanded bytes (both cores take round keys in them) go to |key_forms|.
+// also the decryptor's blue) and each copy's key schedules, whose forms of
+// the expanded bytes (both cores take round keys in them) go to
+// |key_forms|.
 uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
                          const std::vector<ByteMap>& protect_128,
                          const std::vector<ByteMap>& protect_256,
@@ -106,10 +105,19 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
   white = random_nibble_encoding(stream);
 
   SourceWriter w(inputs);
-  const std::string keys =
-      "{" + emit_schedule(w, "ks128_", build_key_schedule(stream, protect_128, key_forms[0]), 16) +
-      ", " + emit_schedule(w, "ks256_", build_key_schedule(stream, protect_256, key_forms[1]), 32) +
-      "}";
+  std::string keys = "{";
+  for (unsigned c = 0; c < kCopies; ++c) {
+    std::vector<ByteMap>& forms = key_forms[c];
+    forms.resize(zel_whitebox::kWords256 * 4);
+    for (ByteMap& form : forms) form = random_nibble_encoding(stream);
+    const std::string p = "ks" + std::to_string(c) + "_";
+    keys += (c ? ", {" : "{") +
+            emit_schedule(w, p + "128_", build_key_schedule(stream, protect_128, forms), 16) +
+            ", " +
+            emit_schedule(w, p + "256_", build_key_schedule(stream, protect_256, forms), 32) +
+            "}";
+  }
+  keys += "}";
   const ForwardTableSet set = build_forward_tables(forward, white, key_forms);
   std::string fwd =
       "{" + w.add_bytes("input_xor", set.input_xor, "kNibbleXorSize") + ", {";
@@ -123,7 +131,7 @@ uint64_t write_encryptor(const uint8_t seed[32], const std::string& inputs,
   w.append(field_order("KeyTables", {"aes128", "aes256"}));
   w.append(kCopyOrder);
   w.append(field_order("ForwardTables", {"input_xor", "copy", "vote"}));
-  w.append("extern const KeyTables key_tables = " + keys + ";\n");
+  w.append("extern const KeyTables key_tables[kCopies] = " + keys + ";\n");
   w.append("extern const ForwardTables forward_tables = " + fwd + ";\n\n");
   w.append("}  // namespace zel_whitebox\n\nnamespace wb_enc {\n");
   w.append("alignas(64) const uint8_t wb_input_encoding[256] ZEL_WB_TABLE = " +

@@ -17,7 +17,7 @@ KeyByteUse inverse_key_use(const DirectionEncodings& enc, unsigned rounds,
 }
 
 CopyTableSet build_copy(const DirectionEncodings& enc,
-                        const ScheduleForms& key_forms) {
+                        const std::vector<ByteMap>& word_forms) {
   const ByteMap from_entry = inverse_of(enc.entry);
   CopyTableSet set;
   // Layer 0 reads the ciphertext itself: maps start at layer 1.
@@ -28,8 +28,7 @@ CopyTableSet build_copy(const DirectionEncodings& enc,
   set.sbox_step.resize(256);
   for (unsigned u = 0; u < 256; ++u)
     set.sbox_step[u] = enc.sbox_out[zel_ref::aes_inv_sbox(from_entry[u])];
-  for (unsigned size = 0; size < 2; ++size)
-    set.key_xor[size] = build_key_xor(enc, key_forms[size], inverse_key_use);
+  set.key_xor = build_key_xor(enc, word_forms, inverse_key_use);
   set.out_form = build_out_forms(enc);
   return set;
 }
@@ -44,7 +43,7 @@ InverseTableSet build_inverse_tables(const Copies& enc,
                                      const ByteMap& blue) {
   InverseTableSet set;
   for (unsigned c = 0; c < kCopies; ++c)
-    set.copy[c] = build_copy(enc[c], key_forms);
+    set.copy[c] = build_copy(enc[c], key_forms[c]);
   set.vote = build_vote(enc, voted);
   for (unsigned i = 0; i < 16; ++i) {
     const Bytes chain_xor =

@@ -10,11 +10,9 @@ namespace zel_wbgen {
 
 KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
                                   const std::vector<ByteMap>& protect,
-                                  std::vector<ByteMap>& word_form) {
+                                  const std::vector<ByteMap>& word_form) {
   const unsigned key_len = static_cast<unsigned>(protect.size());
   const unsigned nk = key_len / 4, words = 4 * (nk + 7);
-  word_form.assign(4 * words, ByteMap{});  // KW[n][b] at 4n + b
-  for (ByteMap& form : word_form) form = random_nibble_encoding(stream);
   KeyScheduleSet set;
   set.unprotect.resize(key_len * 256);
   for (unsigned j = 0; j < key_len; ++j)

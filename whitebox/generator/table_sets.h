@@ -23,13 +23,13 @@ struct KeyScheduleSet {
   Bytes unprotect, sub_word, xor_;
 };
 
-// ScheduleForms: the forms KW[n][b] of the expanded key bytes of both key
-// sizes ([0] AES-128, [1] AES-256), at 4n + b, which the direction tables'
-// key XOR tables take as their first input.
-using ScheduleForms = std::array<std::vector<ByteMap>, 2>;
+// ScheduleForms: per copy, the forms KW[n][b] of the expanded key bytes, at
+// 4n + b (60 words: AES-128 uses the first 44), which the copy's key
+// schedules output and its key XOR tables take as their first input.
+using ScheduleForms = std::array<std::vector<ByteMap>, kCopies>;
 
 struct CopyTableSet {
-  Bytes entry_index, reencode, mix_xor[3], sbox_step, key_xor[2], out_form;
+  Bytes entry_index, reencode, mix_xor[3], sbox_step, key_xor, out_form;
   Words sbox_mix;
 };
 
@@ -46,13 +46,13 @@ struct InverseTableSet {
 
 using Copies = std::array<DirectionEncodings, kCopies>;
 
-// build_key_schedule draws the schedule's forms of one key size from
-// |stream| and builds its tables; |protect| are the protection maps of that
-// key size (key_protection.h). The forms of the expanded bytes are left in
-// |word_forms| (the caller wipes them).
+// build_key_schedule builds the schedule tables of one key size for one
+// copy: |protect| are the protection maps of that key size
+// (key_protection.h), |word_forms| the copy's forms KW; the SubWord output
+// forms are drawn from |stream|.
 KeyScheduleSet build_key_schedule(ChaCha20Stream& stream,
                                   const std::vector<ByteMap>& protect,
-                                  std::vector<ByteMap>& word_forms);
+                                  const std::vector<ByteMap>& word_forms);
 
 // build_forward_tables: |white| is the form of the direction's input bytes
 // (the encryptor's white, which is also the decryptor's blue). All copies
@@ -81,7 +81,8 @@ Words build_sbox_mix(const DirectionEncodings& enc,
 Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b, const ByteMap& out);
 // KeyByteUse gives the second input and the output form of the key XOR
 // table of expanded key byte |index| (RoundKeys order) of a core with
-// |rounds| rounds; build_key_xor builds them all for one key size.
+// |rounds| rounds; build_key_xor builds a copy's key XOR tables in the
+// runtime's order (one per AES-256 key byte, then AES-128 round key 10).
 struct KeyByteUse {
   const ByteMap* second;
   const ByteMap* out;
@@ -89,11 +90,12 @@ struct KeyByteUse {
 using KeyUse = KeyByteUse (*)(const DirectionEncodings& enc, unsigned rounds,
                               unsigned index);
 Bytes build_key_xor(const DirectionEncodings& enc,
-                    const std::vector<ByteMap>& key_forms, KeyUse use);
+                    const std::vector<ByteMap>& word_forms, KeyUse use);
 // build_out_forms: [i][N(v)] -> N[i](v).
 Bytes build_out_forms(const DirectionEncodings& enc);
 // build_vote: [i][half][three copies' nibbles] -> result[i] of their
-// bitwise majority (|result| the identity for plain output).
+// bitwise majority (|result| the identity for plain output), two 4-bit
+// entries per byte, the even one in the low nibble.
 Bytes build_vote(const Copies& enc, const std::array<ByteMap, 16>& result);
 ByteMap identity_map();
 

@@ -10,7 +10,7 @@
 namespace zel_whitebox {
 namespace {
 
-void build_copy(const CopyTables& tables, const RoundKeys& keys,
+void build_copy(const CopyTables& tables, const uint8_t* keys,
                 unsigned rounds, CopyWork& out) {
   // Layers an earlier AES-256 key left behind go too. A plain memset is
   // enough: the working block is read again, so the store stays.
@@ -18,7 +18,7 @@ void build_copy(const CopyTables& tables, const RoundKeys& keys,
               sizeof out.mix - sizeof out.mix[0] * (rounds - 1));
   for (unsigned l = 0; l + 1 < rounds; ++l)
     for (unsigned i = 0; i < 16; ++i) {
-      const unsigned k = keys.bytes[16 * l + i];
+      const unsigned k = keys[16 * l + i];
       const uint8_t* key_xor = key_xor_table(tables, rounds, 16 * l + i);
       const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
       const uint32_t* sbox_mix = tables.sbox_mix + (l * 16 + i) * 256;
@@ -28,10 +28,10 @@ void build_copy(const CopyTables& tables, const RoundKeys& keys,
     }
   const unsigned l = rounds - 1;
   for (unsigned i = 0; i < 16; ++i) {
-    const unsigned k = keys.bytes[16 * l + i];
+    const unsigned k = keys[16 * l + i];
     const uint8_t* key_xor = key_xor_table(tables, rounds, 16 * l + i);
     const unsigned dest = forward_dest(i);
-    const unsigned last_k = keys.bytes[16 * rounds + dest];
+    const unsigned last_k = keys[16 * rounds + dest];
     const uint8_t* last_key_xor =
         key_xor_table(tables, rounds, 16 * rounds + dest);
     const uint8_t* index = tables.entry_index + (l * 16 + i) * 256;
@@ -70,7 +70,7 @@ void run_copy(const CopyTables& tables, const uint8_t entry[16],
 void build_forward_tables(const RoundKeys& keys, unsigned rounds,
                           KeyedCopies& keyed) {
   for (unsigned c = 0; c < kCopies; ++c)
-    build_copy(forward_tables.copy[c], keys, rounds, keyed.copy[c]);
+    build_copy(forward_tables.copy[c], keys.bytes[c], rounds, keyed.copy[c]);
 }
 
 void forward_cbc(KeyedCopies& keyed, unsigned rounds, uint8_t chain[16],

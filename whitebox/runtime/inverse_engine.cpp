@@ -13,16 +13,16 @@ namespace {
 // Layer l undoes AES round rounds - l: its look-up adds round key
 // rounds - 1 - l after the inverse S-box; layer 0 also adds the last round
 // key to the ciphertext byte it is indexed by.
-void build_copy(const CopyTables& tables, const RoundKeys& keys,
+void build_copy(const CopyTables& tables, const uint8_t* keys,
                 unsigned rounds, CopyWork& out) {
   std::memset(out.mix[rounds - 1], 0,
               sizeof out.mix - sizeof out.mix[0] * (rounds - 1));
   for (unsigned i = 0; i < 16; ++i) {
-    const unsigned k = keys.bytes[16 * rounds + i];
+    const unsigned k = keys[16 * rounds + i];
     const uint8_t* first_key_xor =
         key_xor_table(tables, rounds, 16 * rounds + i);
     const unsigned next = 16 * (rounds - 1) + inverse_dest(i);
-    const unsigned next_k = keys.bytes[next];
+    const unsigned next_k = keys[next];
     const uint8_t* key_xor = key_xor_table(tables, rounds, next);
     const uint32_t* sbox_mix = tables.sbox_mix + i * 256;
     uint32_t* mix = out.mix[0][i];
@@ -35,7 +35,7 @@ void build_copy(const CopyTables& tables, const RoundKeys& keys,
     for (unsigned i = 0; i < 16; ++i) {
       const unsigned dest = inverse_dest(i);
       const unsigned key_index = 16 * (rounds - 1 - l) + dest;
-      const unsigned k = keys.bytes[key_index];
+      const unsigned k = keys[key_index];
       const uint8_t* key_xor = key_xor_table(tables, rounds, key_index);
       const uint8_t* index = tables.entry_index + ((l - 1) * 16 + i) * 256;
       if (l + 1 < rounds) {
@@ -80,7 +80,7 @@ void run_copy(const CopyTables& tables, const uint8_t cipher[16],
 void build_inverse_tables(const RoundKeys& keys, unsigned rounds,
                           KeyedCopies& keyed) {
   for (unsigned c = 0; c < kCopies; ++c)
-    build_copy(inverse_tables.copy[c], keys, rounds, keyed.copy[c]);
+    build_copy(inverse_tables.copy[c], keys.bytes[c], rounds, keyed.copy[c]);
 }
 
 void inverse_cbc(KeyedCopies& keyed, unsigned rounds,

@@ -5,11 +5,10 @@
 
 namespace zel_whitebox {
 
-void expand_protected_key(const KeyTables& tables,
-                          const uint8_t* protected_key, unsigned key_len,
-                          RoundKeys& keys) {
-  const KeySchedule& ks = key_len == 16 ? tables.aes128 : tables.aes256;
-  uint8_t* w = keys.bytes;  // word n at w + 4n, in KW[n]
+namespace {
+
+void expand_one(const KeySchedule& ks, const uint8_t* protected_key,
+                unsigned key_len, uint8_t* w) {  // word n at w + 4n, in KW[n]
   for (unsigned j = 0; j < key_len; ++j)
     w[j] = ks.unprotect[j * 256 + protected_key[j]];
 
@@ -32,6 +31,16 @@ void expand_protected_key(const KeyTables& tables,
                                 w[4 * (n - nk) + b], t[b]);
   }
   zel_wb::wipe(t, sizeof t);
+}
+
+}  // namespace
+
+void expand_protected_key(const KeyTables* tables,
+                          const uint8_t* protected_key, unsigned key_len,
+                          RoundKeys& keys) {
+  for (unsigned c = 0; c < kCopies; ++c)
+    expand_one(key_len == 16 ? tables[c].aes128 : tables[c].aes256,
+               protected_key, key_len, keys.bytes[c]);
 }
 
 }  // namespace zel_whitebox

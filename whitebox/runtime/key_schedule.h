@@ -20,8 +20,9 @@
 namespace zel_whitebox {
 
 // expand_protected_key fills |keys| with the 11 (|key_len| 16) or 15 (32)
-// round keys of the key whose protected form is |protected_key|.
-void expand_protected_key(const KeyTables& tables,
+// round keys of the key whose protected form is |protected_key|, once per
+// copy, each on the copy's own schedule (|tables|, kCopies of them).
+void expand_protected_key(const KeyTables* tables,
                           const uint8_t* protected_key, unsigned key_len,
                           RoundKeys& keys);
 

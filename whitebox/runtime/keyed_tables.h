@@ -33,13 +33,13 @@ struct KeyedCopies {
   uint8_t entry[16];  // forward: U(input ^ chain) of the current block
 };
 
-// RoundKeys holds an expanded key, 16 bytes per round key, byte i of round
-// key r at bytes[16 * r + i] (byte i % 4 of key word 4r + i / 4), each in
-// its own schedule form KW[4r + i / 4][i % 4].
+// RoundKeys holds an expanded key once per copy, 16 bytes per round key,
+// byte i of round key r at bytes[copy][16 * r + i] (byte i % 4 of key word
+// 4r + i / 4), each in the copy's own schedule form KW[4r + i / 4][i % 4].
 //
 // WARNING: key material, though encoded; wiped after every key setup.
 struct RoundKeys {
-  uint8_t bytes[16 * (kMaxRounds + 1)];
+  uint8_t bytes[kCopies][16 * (kMaxRounds + 1)];
 };
 
 // nibble_xor looks up a nibble XOR table (wb_tables.h): |a| and |b| in the
@@ -53,7 +53,9 @@ inline uint8_t nibble_xor(const uint8_t* table, unsigned a, unsigned b) {
 // (RoundKeys order) of a core with |rounds| rounds.
 inline const uint8_t* key_xor_table(const CopyTables& tables, unsigned rounds,
                                     unsigned index) {
-  return tables.key_xor[rounds == kMaxRounds] + index * kNibbleXorSize;
+  if (rounds == 10 && index >= kAes128LastKey)
+    index += kWords256 * 4 - kAes128LastKey;
+  return tables.key_xor + index * kNibbleXorSize;
 }
 
 // vote_byte merges output byte |pos| of the three copies: one vote table
@@ -62,12 +64,12 @@ inline uint8_t vote_byte(const uint8_t* vote, const KeyedCopies& keyed,
                          unsigned pos, unsigned layer) {
   const unsigned a = keyed.copy[0].out[pos], b = keyed.copy[1].out[pos],
                  c = keyed.copy[2].out[pos];
-  const uint8_t* table = vote + pos * 2 * 4096;
-  const unsigned hi = ZEL_WB_TRACE(
-      layer, table[(a >> 4) << 8 | (b >> 4) << 4 | (c >> 4)]);
-  const unsigned lo = ZEL_WB_TRACE(
-      layer, table[4096 + ((a & 15) << 8 | (b & 15) << 4 | (c & 15))]);
-  return static_cast<uint8_t>(hi << 4 | lo);
+  const uint8_t* table = vote + pos * 4096;
+  const unsigned n_hi = (a >> 4) << 8 | (b >> 4) << 4 | (c >> 4);
+  const unsigned n_lo = 4096 + ((a & 15) << 8 | (b & 15) << 4 | (c & 15));
+  const unsigned hi = ZEL_WB_TRACE(layer, table[n_hi >> 1]) >> 4 * (n_hi & 1);
+  const unsigned lo = ZEL_WB_TRACE(layer, table[n_lo >> 1]) >> 4 * (n_lo & 1);
+  return static_cast<uint8_t>((hi & 15) << 4 | (lo & 15));
 }
 
 // The byte positions of ShiftRows (state byte r + 4c is row r, column c):

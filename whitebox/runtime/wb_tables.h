@@ -6,10 +6,10 @@
 // build from the seed; "nibble form" means two independent 4-bit
 // bijections, one per half of the byte, so that values in that form can go
 // through 4+4 -> 4 bit XOR tables):
-//   KW, T     the forms of the key schedule's bytes: one per word and byte
-//             position (KeySchedule below), so every round-key byte has a
-//             form of its own per round and position, up to and into the
-//             look-ups that materialise the keyed tables;
+//   KW, T     the forms of the key schedule's bytes: one per copy, word
+//             and byte position (KeySchedule below), so every round-key
+//             byte has a form of its own per round and position, up to and
+//             into the look-ups that materialise the keyed tables;
 //   U         the entry form of a direction (nibble form): (input byte ^
 //             chaining byte) going in, and the index form of the look-ups
 //             that a key setup materialises;
@@ -67,16 +67,21 @@ constexpr unsigned kForwardIndexSize = kLayers * kPositionMapsSize;
 constexpr unsigned kInverseIndexSize = (kLayers - 1) * kPositionMapsSize;
 constexpr unsigned kReencodeSize = (kLayers - 1) * kPositionMapsSize;
 constexpr unsigned kSboxMixSize = (kLayers - 1) * kPositionMapsSize;  // words
-constexpr unsigned kVoteSize = 16 * 2 * 4096;
+constexpr unsigned kVoteSize = 16 * 2 * 4096 / 2;  // 4-bit entries, packed
 constexpr unsigned kChainXorSize = 16 * kNibbleXorSize;
 constexpr unsigned kWords128 = 44, kWords256 = 60;  // key schedule words
 constexpr unsigned kSubWords128 = 10, kSubWords256 = 13;  // SubWord steps
-constexpr unsigned kKeyXor128Size = kWords128 * 4 * kNibbleXorSize;
-constexpr unsigned kKeyXor256Size = kWords256 * 4 * kNibbleXorSize;
+// Key XOR tables of a copy (CopyTables::key_xor): one per AES-256 round-key
+// byte, which AES-128 round keys 0 to 9 share, and 16 for AES-128 round key
+// 10, whose use differs.
+constexpr unsigned kAes128LastKey = 16 * 10;
+constexpr unsigned kKeyXorTables = kWords256 * 4 + 16;
+constexpr unsigned kKeyXorSize = kKeyXorTables * kNibbleXorSize;
 
-// KeySchedule runs one key size's AES key expansion on encoded bytes.
-// Byte b of key word n (4 * (rounds + 1) words) is held in KW[n][b], a
-// nibble encoding of its own for every word and byte, so no XOR table has
+// KeySchedule runs one key size's AES key expansion on encoded bytes, for
+// one copy. Byte b of key word n (4 * (rounds + 1) words) is held in
+// KW[n][b], a nibble encoding of its own for every copy, word and byte
+// (both key sizes share the forms of words 0 to 43), so no XOR table has
 // the same encoding on two of its sides. SubWord steps (with RotWord and
 // the round constant folded in) give T[step][b], again one form each. At
 // the end the expanded bytes stay in their forms KW[n][b]: the look-ups
@@ -90,7 +95,9 @@ struct KeySchedule {
                              //   T[step][b] or KW[n-1][b] -> KW[n][b]
 };
 
-// KeyTables: the key schedules of both key sizes.
+// KeyTables: the key schedules of both key sizes, of one copy. Each copy
+// expands the key on its own tables, so a fault in one schedule table
+// misbuilds one copy only, and the vote corrects it.
 struct KeyTables {
   KeySchedule aes128, aes256;
 };
@@ -106,14 +113,14 @@ struct CopyTables {
                                   //   ^ the term's mask)
   const uint8_t* sbox_step;       // forward [H(y)] -> Q(S(y)); inverse
                                   //   [U(a)] -> Q(InvS(a))
-  // key_xor[0] (AES-128) and [1] (AES-256): one nibble XOR table per
-  // expanded key byte, [n][b] for byte b of key word n, whose first input
-  // is that byte's own form KW[n][b]. Its second input and output follow
-  // the byte's one use in the direction: forward, round keys 0 to
-  // rounds - 1: U(x) -> H(x ^ k), the last round key: Q(s) -> N(s ^ k);
-  // inverse, the last round key: plain c -> U(c ^ k), round key 0:
-  // Q(s) -> N(s ^ k), the others: Q(x) -> H(x ^ k).
-  const uint8_t* key_xor[2];
+  // key_xor: one nibble XOR table per expanded key byte (kKeyXorTables,
+  // see key_xor_table in keyed_tables.h), whose first input is that byte's
+  // own form KW[n][b] of this copy. Its second input and output follow the
+  // byte's one use in the direction: forward, round keys 0 to rounds - 1:
+  // U(x) -> H(x ^ k), the last round key: Q(s) -> N(s ^ k); inverse, the
+  // last round key: plain c -> U(c ^ k), round key 0: Q(s) -> N(s ^ k), the
+  // others: Q(x) -> H(x ^ k).
+  const uint8_t* key_xor;
   const uint8_t* out_form;        // [i][N(v)] -> N[i](v)
 };
 
@@ -126,7 +133,8 @@ struct ForwardTables {
                              //   input encoding of the wrappers)
   CopyTables copy[kCopies];
   const uint8_t* vote;       // [i][half][N0[i] | N1[i] | N2[i] nibbles]
-                             //   -> plain ciphertext nibble (majority)
+                             //   -> plain ciphertext nibble (majority);
+                             //   entry n in byte n / 2, low nibble first
 };
 
 // InverseTables: the decryptor core's decryption direction.
@@ -139,7 +147,7 @@ struct InverseTables {
 };
 
 // The generated material.
-extern const KeyTables key_tables;
+extern const KeyTables key_tables[kCopies];
 extern const ForwardTables forward_tables;
 extern const InverseTables inverse_tables;
 
