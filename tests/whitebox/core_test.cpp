@@ -97,36 +97,50 @@ TEST_P(CoreTest, AgreesWithReferenceAcrossSetupsChainsKeyChangesAndReuse) {
 // copies.
 template <typename Work> struct Layout : Work { zel_whitebox::KeyedCopies keyed; };
 
-TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
-  const Bytes raw = random_bytes(16), iv = random_bytes(16), key = CoreKeyForm(raw);
+// MajorityCores: an encryptor and a decryptor core state, run directly.
+struct MajorityCores {
   wb_enc::WbCoreState enc{static_cast<wb_enc::WbCoreWork*>(std::malloc(wb_enc::wb_work_size)), 0};
   wb_dec::WbCoreState dec{static_cast<wb_dec::WbCoreWork*>(std::malloc(wb_dec::wb_work_size)), 0};
-  for (int trial = 0; trial < 300; ++trial) {
-    const bool decrypt = trial & 1;
+  ~MajorityCores() {
+    std::free(enc.work);
+    std::free(dec.work);
+  }
+  void set_up(const Bytes& key, const Bytes& iv, bool encryptor, bool decryptor) {
     for (uint8_t* field : {enc.work->key_iv_setup_128.key, dec.work->key_iv_setup_128.key}) {
       std::memcpy(field, key.data(), 16);
       std::memcpy(field + 16, iv.data(), 16);
     }
-    wb_enc::wb_key_iv_setup_128(enc);  // the same key: tables kept
-    wb_dec::wb_key_iv_setup_128(dec);
-    zel_whitebox::CopyWork& copy =
-        decrypt ? static_cast<Layout<wb_dec::WbCoreWork>*>(dec.work)->keyed.copy[trial % 3]
-                : static_cast<Layout<wb_enc::WbCoreWork>*>(enc.work)->keyed.copy[trial % 3];
-    uint8_t* byte = reinterpret_cast<uint8_t*>(&copy) +
-                    rng() % offsetof(zel_whitebox::CopyWork, terms);
-    const uint8_t saved = *byte;
-    *byte ^= static_cast<uint8_t>(1 + rng() % 255);
+    if (encryptor) wb_enc::wb_key_iv_setup_128(enc);
+    if (decryptor) wb_dec::wb_key_iv_setup_128(dec);
+  }
+  // cbc runs 64 random bytes through one core: {its output, the reference's}.
+  std::pair<Bytes, Bytes> cbc(bool decrypt, const Bytes& raw, const Bytes& iv) {
     const Bytes data = random_bytes(64);
     Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding), out(64);
     dec.work->cbc_decrypt_blue_128 = enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
     decrypt ? wb_dec::wb_cbc_decrypt_blue_128(dec) : wb_enc::wb_cbc_encrypt_128(enc);
-    *byte = saved;
-    ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
-                                       wb_enc::wb_input_encoding)
-                           : reference_cbc(raw, iv, data, true)) << "trial " << trial;
+    return {out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false), wb_enc::wb_input_encoding)
+                         : reference_cbc(raw, iv, data, true)};
   }
-  std::free(enc.work);
-  std::free(dec.work);
+};
+
+TEST(CoreMajority, OneCorruptedByteInOneCopyIsCorrected) {
+  const Bytes raw = random_bytes(16), iv = random_bytes(16), key = CoreKeyForm(raw);
+  MajorityCores cores;
+  for (int trial = 0; trial < 300; ++trial) {
+    const bool decrypt = trial & 1;
+    cores.set_up(key, iv, true, true);  // the same key: tables kept
+    zel_whitebox::CopyWork& copy =
+        decrypt ? static_cast<Layout<wb_dec::WbCoreWork>*>(cores.dec.work)->keyed.copy[trial % 3]
+                : static_cast<Layout<wb_enc::WbCoreWork>*>(cores.enc.work)->keyed.copy[trial % 3];
+    uint8_t* byte = reinterpret_cast<uint8_t*>(&copy) +
+                    rng() % offsetof(zel_whitebox::CopyWork, terms);
+    const uint8_t saved = *byte;
+    *byte ^= static_cast<uint8_t>(1 + rng() % 255);
+    const auto [got, want] = cores.cbc(decrypt, raw, iv);
+    *byte = saved;
+    ASSERT_EQ(got, want) << "trial " << trial;
+  }
 }
 
 // Writable makes the read-only pages under [p, p + n) writable for its
@@ -145,8 +159,7 @@ struct Writable {
 };
 
 TEST(CoreMajority, OneCopysCorruptedKeyScheduleIsCorrected) {
-  wb_enc::WbCoreState enc{static_cast<wb_enc::WbCoreWork*>(std::malloc(wb_enc::wb_work_size)), 0};
-  wb_dec::WbCoreState dec{static_cast<wb_dec::WbCoreWork*>(std::malloc(wb_dec::wb_work_size)), 0};
+  MajorityCores cores;
   for (int trial = 0; trial < 48; ++trial) {
     const bool decrypt = trial & 1;
     const Bytes raw = random_bytes(16), iv = random_bytes(16), key = CoreKeyForm(raw);
@@ -161,22 +174,11 @@ TEST(CoreMajority, OneCopysCorruptedKeyScheduleIsCorrected) {
     uint8_t* bytes = const_cast<uint8_t*>(at);
     const Bytes saved(bytes, bytes + length);
     for (size_t i = 0; i < length; ++i) bytes[i] ^= static_cast<uint8_t>(1 + rng() % 255);
-    for (uint8_t* field : {enc.work->key_iv_setup_128.key, dec.work->key_iv_setup_128.key}) {
-      std::memcpy(field, key.data(), 16);
-      std::memcpy(field + 16, iv.data(), 16);
-    }
-    decrypt ? wb_dec::wb_key_iv_setup_128(dec) : wb_enc::wb_key_iv_setup_128(enc);
+    cores.set_up(key, iv, !decrypt, decrypt);
     std::memcpy(bytes, saved.data(), length);
-    const Bytes data = random_bytes(64);
-    Bytes in = decrypt ? data : map_bytes(data, wb_enc::wb_input_encoding), out(64);
-    dec.work->cbc_decrypt_blue_128 = enc.work->cbc_encrypt_128 = {in.data(), 64, out.data()};
-    decrypt ? wb_dec::wb_cbc_decrypt_blue_128(dec) : wb_enc::wb_cbc_encrypt_128(enc);
-    ASSERT_EQ(out, decrypt ? map_bytes(reference_cbc(raw, iv, data, false),
-                                       wb_enc::wb_input_encoding)
-                           : reference_cbc(raw, iv, data, true)) << "trial " << trial;
+    const auto [got, want] = cores.cbc(decrypt, raw, iv);
+    ASSERT_EQ(got, want) << "trial " << trial;
   }
-  std::free(enc.work);
-  std::free(dec.work);
 }
 
 TEST(Generator, SameSeedGivesTheBuildsBytes) {
