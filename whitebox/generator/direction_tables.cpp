@@ -1,11 +1,13 @@
 // direction_tables.cpp: the tables that the forward and the inverse
-// direction build alike: column-sum XOR tables, per-layer re-encodings, the
-// S-box/MixColumns tables that key setups index, nibble XOR tables, output
-// forms and the vote tables.
+// direction build alike: a copy's tables (column-sum XOR tables, per-layer
+// re-encodings, the S-box/MixColumns tables that key setups index, the
+// S-box step, the key XOR tables, output forms), nibble XOR tables and the
+// vote tables.
 #include "aes_reference.h"
 #include "table_sets.h"
 
 namespace zel_wbgen {
+namespace {
 
 Bytes build_mix_xor(const DirectionEncodings& enc, unsigned which) {
   // 0: terms 0 and 1 -> A; 1: terms 2 and 3 -> B; 2: A and B -> R.
@@ -74,19 +76,29 @@ Words build_sbox_mix(const DirectionEncodings& enc,
   return table;
 }
 
-ByteMap identity_map() {
-  ByteMap map;
-  for (unsigned x = 0; x < 256; ++x) map[x] = static_cast<uint8_t>(x);
-  return map;
-}
-
-namespace {
 // The halves of a nibble encoding |map|: half 0 maps the high nibble, half
 // 1 the low one.
 unsigned half_of(const ByteMap& map, unsigned half, unsigned v) {
   return half == 0 ? map[v << 4] >> 4 : map[v] & 15;
 }
+
+// build_out_forms: [i][N(v)] -> N[i](v).
+Bytes build_out_forms(const DirectionEncodings& enc) {
+  const ByteMap from_out = inverse_of(enc.out);
+  Bytes table;
+  for (unsigned i = 0; i < 16; ++i)
+    for (unsigned n = 0; n < 256; ++n)
+      table.push_back(enc.out_position[i][from_out[n]]);
+  return table;
+}
+
 }  // namespace
+
+ByteMap identity_map() {
+  ByteMap map;
+  for (unsigned x = 0; x < 256; ++x) map[x] = static_cast<uint8_t>(x);
+  return map;
+}
 
 Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b,
                        const ByteMap& out) {
@@ -103,11 +115,40 @@ Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b,
   return table;
 }
 
+namespace {
+
+// key_use gives the second input and the output form of the key XOR table
+// of expanded key byte |index| (RoundKeys order) of a core with |rounds|
+// rounds.
+//   Forward: round keys 0 to rounds - 1 meet the state in the entry form U
+//   (shared by the copies, see build_forward_tables) and give the S-box
+//   input form H; the last round key meets the S-box output Q and gives N.
+//   Inverse: the last round key meets the plain ciphertext and gives the
+//   copy's entry form U; round key 0 (the last layer's) meets Q and gives
+//   N; the others meet Q and give H.
+struct KeyByteUse {
+  const ByteMap* second;
+  const ByteMap* out;
+};
+KeyByteUse key_use(const DirectionEncodings& enc, unsigned rounds,
+                   unsigned index) {
+  static const ByteMap plain = identity_map();
+  if (!enc.inverse) {
+    if (index < 16 * rounds) return {&enc.entry, &enc.sbox_in};
+    return {&enc.sbox_out, &enc.out};
+  }
+  if (index >= 16 * rounds) return {&plain, &enc.entry};
+  if (index < 16) return {&enc.sbox_out, &enc.out};
+  return {&enc.sbox_out, &enc.sbox_in};
+}
+
+// build_key_xor builds a copy's key XOR tables in the runtime's order (one
+// per AES-256 key byte, then AES-128 round key 10).
 Bytes build_key_xor(const DirectionEncodings& enc,
-                    const std::vector<ByteMap>& word_forms, KeyUse use) {
+                    const std::vector<ByteMap>& word_forms) {
   Bytes tables;
   const auto add = [&](unsigned rounds, unsigned index) {
-    const KeyByteUse byte_use = use(enc, rounds, index);
+    const KeyByteUse byte_use = key_use(enc, rounds, index);
     const Bytes table =
         nibble_xor_table(word_forms[index], *byte_use.second, *byte_use.out);
     tables.insert(tables.end(), table.begin(), table.end());
@@ -120,13 +161,27 @@ Bytes build_key_xor(const DirectionEncodings& enc,
   return tables;
 }
 
-Bytes build_out_forms(const DirectionEncodings& enc) {
-  const ByteMap from_out = inverse_of(enc.out);
-  Bytes table;
-  for (unsigned i = 0; i < 16; ++i)
-    for (unsigned n = 0; n < 256; ++n)
-      table.push_back(enc.out_position[i][from_out[n]]);
-  return table;
+}  // namespace
+
+CopyTableSet build_copy_tables(const DirectionEncodings& enc,
+                               const std::vector<ByteMap>& word_forms) {
+  CopyTableSet set;
+  // The inverse direction's layer 0 reads the ciphertext itself: its maps
+  // start at layer 1.
+  set.entry_index = build_layer_maps(enc, enc.entry, enc.inverse ? 1 : 0);
+  set.reencode = build_reencode(enc);
+  for (unsigned t = 0; t < 3; ++t) set.mix_xor[t] = build_mix_xor(enc, t);
+  set.sbox_mix = build_sbox_mix(
+      enc, enc.inverse ? kInvMixCoefficients : kMixCoefficients, !enc.inverse);
+  // Forward [H(y)] -> Q(S(y)); inverse [U(a)] -> Q(InvS(a)).
+  const ByteMap from = inverse_of(enc.inverse ? enc.entry : enc.sbox_in);
+  set.sbox_step.resize(256);
+  for (unsigned v = 0; v < 256; ++v)
+    set.sbox_step[v] = enc.sbox_out[enc.inverse ? zel_ref::aes_inv_sbox(from[v])
+                                                : zel_ref::aes_sbox(from[v])];
+  set.key_xor = build_key_xor(enc, word_forms);
+  set.out_form = build_out_forms(enc);
+  return set;
 }
 
 Bytes build_vote(const Copies& enc, const std::array<ByteMap, 16>& result) {

@@ -70,29 +70,14 @@ InverseTableSet build_inverse_tables(const Copies& enc,
                                      const ByteMap& blue);
 
 // Helpers shared by the two directions.
-Bytes build_mix_xor(const DirectionEncodings& enc, unsigned which);
-Bytes build_layer_maps(const DirectionEncodings& enc, const ByteMap& source,
-                       unsigned first_layer);
-Bytes build_reencode(const DirectionEncodings& enc);
-Words build_sbox_mix(const DirectionEncodings& enc,
-                     const uint8_t coefficients[4], bool apply_sbox);
+// build_copy_tables builds the tables of one copy of either direction
+// (DirectionEncodings::inverse tells which) on the copy's schedule forms
+// |word_forms|.
+CopyTableSet build_copy_tables(const DirectionEncodings& enc,
+                               const std::vector<ByteMap>& word_forms);
 // nibble_xor_table: inputs in forms |a| and |b|, output in form |out|, all
 // nibble encodings (the identity for a plain input).
 Bytes nibble_xor_table(const ByteMap& a, const ByteMap& b, const ByteMap& out);
-// KeyByteUse gives the second input and the output form of the key XOR
-// table of expanded key byte |index| (RoundKeys order) of a core with
-// |rounds| rounds; build_key_xor builds a copy's key XOR tables in the
-// runtime's order (one per AES-256 key byte, then AES-128 round key 10).
-struct KeyByteUse {
-  const ByteMap* second;
-  const ByteMap* out;
-};
-using KeyUse = KeyByteUse (*)(const DirectionEncodings& enc, unsigned rounds,
-                              unsigned index);
-Bytes build_key_xor(const DirectionEncodings& enc,
-                    const std::vector<ByteMap>& word_forms, KeyUse use);
-// build_out_forms: [i][N(v)] -> N[i](v).
-Bytes build_out_forms(const DirectionEncodings& enc);
 // build_vote: [i][half][three copies' nibbles] -> result[i] of their
 // bitwise majority (|result| the identity for plain output), two 4-bit
 // entries per byte, the even one in the low nibble.
