@@ -1,5 +1,5 @@
 // column_mix.h: the encoded sum of MixColumns (or InvMixColumns) terms,
-// shared by both directions.
+// and the run of one copy's keyed layers, shared by both directions.
 //
 // Each layer look-up yields, per state byte, four encoded terms packed in a
 // word (byte m for row m). Output byte (m, c) is the XOR of the terms of
@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "keyed_tables.h"
 #include "wb_trace.h"
 
 namespace zel_whitebox {
@@ -50,6 +51,25 @@ inline void mix_columns_encoded(const uint32_t terms[16],
       state[pos] = ZEL_WB_TRACE(layer, reencode[pos * 256 + r]);
     }
   }
+}
+
+// run_copy computes one copy of a block whose layer-0 state bytes are in
+// work.state (forward: in the forms E[0][i]; inverse: the ciphertext) and
+// leaves the copy's output in work.out (forms N[i]). |source| and |dest| are
+// the direction's (Inv)ShiftRows positions.
+template <unsigned (*source)(unsigned, unsigned), unsigned (*dest)(unsigned)>
+inline void run_copy(const CopyTables& tables, unsigned rounds,
+                     CopyWork& work) {
+  uint8_t* state = work.state;
+  uint32_t* terms = work.terms;
+  for (unsigned l = 0; l + 1 < rounds; ++l) {
+    for (unsigned i = 0; i < 16; ++i)
+      terms[i] = ZEL_WB_TRACE(l, work.mix[l][i][state[i]]);
+    mix_columns_encoded<source>(terms, tables.mix_xor,
+                                tables.reencode + l * 16 * 256, l, state);
+  }
+  for (unsigned i = 0; i < 16; ++i)
+    work.out[dest(i)] = ZEL_WB_TRACE(rounds - 1, work.last[i][state[i]]);
 }
 
 }  // namespace zel_whitebox

@@ -44,27 +44,6 @@ void build_copy(const CopyTables& tables, const uint8_t* keys,
   }
 }
 
-// run_copy computes one copy of the block whose U-form entry bytes are in
-// keyed.entry; the output lands in work.out (forms N[i] of the copy).
-void run_copy(const CopyTables& tables, const uint8_t entry[16],
-              unsigned rounds, CopyWork& work) {
-  const CopyWork& keyed = work;
-  uint8_t* state = work.state;
-  uint32_t* terms = work.terms;
-  for (unsigned i = 0; i < 16; ++i)
-    state[i] = ZEL_WB_TRACE(0u, tables.entry_index[i * 256 + entry[i]]);
-  for (unsigned l = 0; l + 1 < rounds; ++l) {
-    for (unsigned i = 0; i < 16; ++i)
-      terms[i] = ZEL_WB_TRACE(l, keyed.mix[l][i][state[i]]);
-    mix_columns_encoded<forward_source>(terms, tables.mix_xor,
-                                        tables.reencode + l * 16 * 256, l,
-                                        state);
-  }
-  for (unsigned i = 0; i < 16; ++i)
-    work.out[forward_dest(i)] =
-        ZEL_WB_TRACE(rounds - 1, keyed.last[i][state[i]]);
-}
-
 }  // namespace
 
 void build_forward_tables(const RoundKeys& keys, unsigned rounds,
@@ -81,8 +60,13 @@ void forward_cbc(KeyedCopies& keyed, unsigned rounds, uint8_t chain[16],
     for (unsigned i = 0; i < 16; ++i)
       keyed.entry[i] =
           ZEL_WB_TRACE(0u, nibble_xor(tables.input_xor, in[i], chain[i]));
-    for (unsigned c = 0; c < kCopies; ++c)
-      run_copy(tables.copy[c], keyed.entry, rounds, keyed.copy[c]);
+    for (unsigned c = 0; c < kCopies; ++c) {
+      const CopyTables& copy = tables.copy[c];
+      uint8_t* state = keyed.copy[c].state;
+      for (unsigned i = 0; i < 16; ++i)
+        state[i] = ZEL_WB_TRACE(0u, copy.entry_index[i * 256 + keyed.entry[i]]);
+      run_copy<forward_source, forward_dest>(copy, rounds, keyed.copy[c]);
+    }
     for (unsigned i = 0; i < 16; ++i)
       chain[i] = vote_byte(tables.vote, keyed, i, rounds);
     std::memcpy(params.out + offset, chain, 16);

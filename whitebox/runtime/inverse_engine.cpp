@@ -54,27 +54,6 @@ void build_copy(const CopyTables& tables, const uint8_t* keys,
     }
 }
 
-void run_copy(const CopyTables& tables, const uint8_t cipher[16],
-              unsigned rounds, CopyWork& work) {
-  const CopyWork& keyed = work;
-  uint8_t* state = work.state;
-  uint32_t* terms = work.terms;
-  for (unsigned i = 0; i < 16; ++i)
-    terms[i] = ZEL_WB_TRACE(0u, keyed.mix[0][i][cipher[i]]);
-  mix_columns_encoded<inverse_source>(terms, tables.mix_xor, tables.reencode,
-                                      0, state);
-  for (unsigned l = 1; l + 1 < rounds; ++l) {
-    for (unsigned i = 0; i < 16; ++i)
-      terms[i] = ZEL_WB_TRACE(l, keyed.mix[l][i][state[i]]);
-    mix_columns_encoded<inverse_source>(terms, tables.mix_xor,
-                                        tables.reencode + l * 16 * 256, l,
-                                        state);
-  }
-  for (unsigned i = 0; i < 16; ++i)
-    work.out[inverse_dest(i)] =
-        ZEL_WB_TRACE(rounds - 1, keyed.last[i][state[i]]);
-}
-
 }  // namespace
 
 void build_inverse_tables(const RoundKeys& keys, unsigned rounds,
@@ -90,8 +69,12 @@ void inverse_cbc(KeyedCopies& keyed, unsigned rounds,
   uint8_t cipher[16];  // public; copied so that |in| may equal |out|
   for (uint32_t offset = 0; offset < params.size; offset += 16) {
     std::memcpy(cipher, params.in + offset, 16);
-    for (unsigned c = 0; c < kCopies; ++c)
-      run_copy(tables.copy[c], cipher, rounds, keyed.copy[c]);
+    for (unsigned c = 0; c < kCopies; ++c) {
+      // Layer 0 is indexed by the ciphertext itself.
+      std::memcpy(keyed.copy[c].state, cipher, 16);
+      run_copy<inverse_source, inverse_dest>(tables.copy[c], rounds,
+                                             keyed.copy[c]);
+    }
     for (unsigned i = 0; i < 16; ++i) {
       const unsigned voted = vote_byte(tables.vote, keyed, i, rounds);
       const uint8_t* chain_xor = tables.chain_xor + i * kNibbleXorSize;
