@@ -6,6 +6,7 @@
 #ifndef ZEL_WB_AUDIT_AUDIT_H
 #define ZEL_WB_AUDIT_AUDIT_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -33,6 +34,13 @@ struct Outcome {
   double seconds = 0;
   std::string detail;
 };
+
+// seconds_since returns the time since |start|, for Outcome::seconds.
+inline double seconds_since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() -
+                                       start)
+      .count();
+}
 
 // count_equal returns how many bytes of |guess| equal |truth| (missing
 // guesses are empty).

@@ -190,9 +190,7 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
     o.detail = key_works(target, key) ? "key verified on the target" : "";
   }
   o.cost = std::to_string(used) + " chosen inputs";
-  o.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-          .count();
+  o.seconds = seconds_since(start);
   return {o};
 }
 

@@ -30,8 +30,7 @@ struct SideSpec {
 };
 
 double since(std::chrono::steady_clock::time_point start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-      .count();
+  return seconds_since(start);
 }
 
 std::string rank_list(const std::vector<unsigned>& ranks) {

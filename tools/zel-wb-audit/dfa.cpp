@@ -303,9 +303,7 @@ std::vector<Outcome> run_dfa(Target& target, const Settings& settings,
       }
       o.cost = std::to_string(campaign.injections) + " faults, " +
                std::to_string(pairs.size()) + " shaped";
-      o.seconds = std::chrono::duration<double>(
-                      std::chrono::steady_clock::now() - start)
-                      .count();
+      o.seconds = seconds_since(start);
       outcomes.push_back(o);
     }
   }

@@ -78,9 +78,7 @@ std::vector<Outcome> run_sifa(Target& target, const Settings& settings,
   o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
   o.cost = std::to_string(locations) + " fault locations, " +
            std::to_string(runs) + " faulted runs";
-  o.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-          .count();
+  o.seconds = seconds_since(start);
   o.detail = detail;
   return {o};
 }

@@ -147,9 +147,7 @@ std::vector<Outcome> run_key_form(Target& target,
   o.recovered = count_equal(found, raw_key);
   o.cost = std::to_string(tables.size) + " table bytes, " +
            std::to_string(tried) + " keys tried";
-  o.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-          .count();
+  o.seconds = seconds_since(start);
   o.detail = std::to_string(scan.byte_tables) + " group tables (64 KiB), " +
              std::to_string(scan.nibble_tables) + " nibble group tables of " +
              std::to_string(scan.latin_squares) + " 16x16 Latin squares, " +

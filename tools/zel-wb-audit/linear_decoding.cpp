@@ -132,9 +132,7 @@ std::vector<Outcome> run_lda(Target& target, const Settings& settings,
       o.recovered += hits[i][guess[i]] > 0 && guess[i] == aim[i];
     o.cost = std::to_string(kTraces) + " traces, " + std::to_string(windows) +
              " windows of " + std::to_string(window) + " bytes";
-    o.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-            .count();
+    o.seconds = seconds_since(start);
     o.detail = std::to_string(decided) + " bytes with a decoding";
     outcomes.push_back(o);
   }

@@ -155,9 +155,7 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
     o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
     o.cost = std::to_string(injections) + " faults, " +
              std::to_string(outputs) + " outputs";
-    o.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
-            .count();
+    o.seconds = seconds_since(start);
     o.detail = detail;
     if (all_copies)
       o.detail += (o.detail.empty() ? "" : "; ") +
