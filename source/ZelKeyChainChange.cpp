@@ -14,6 +14,7 @@
 
 #include "HevoFileIo.h"
 #include "HevoFileUtils.h"
+#include "HevoTempFiles.h"
 
 namespace {
 
@@ -108,6 +109,8 @@ ZelKeyChainChange::~ZelKeyChainChange() { RemovePrepared(); }
 bool ZelKeyChainChange::Open() {
   if (prepared_.IsOpen()) return true;
   if (dir_fd_ < 0) return false;
+  // What killed writers left, as a store of one file does before it writes.
+  HevoTempFiles::RemoveAbandoned(dir_fd_);
   // Another call's scan may take the new directory for a dead writer's in
   // the moment before it is locked, and remove it: then another round.
   for (int round = 0; round < 8; ++round) {

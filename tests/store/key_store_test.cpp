@@ -70,6 +70,7 @@ TEST_F(KeyStoreTest, StoreLoadEraseRoundTripWithTraces) {
   ASSERT_TRUE(store_->StoreKeyChain(chain));
   EXPECT_EQ(ListDir(dir_), (std::set<std::string>{"device.ca.crt.enc", "device.crt.enc",
                                                    "device.key.enc", "device.pem.enc"}));
+  EXPECT_EQ(FileMode(dir_ + "/.hevo-tmp-lock"), 0600u);  // the lock file stays
   TZelKeyChain loaded("device");
   ASSERT_TRUE(store_->LoadKeyChain(loaded));
   EXPECT_EQ(ItemsOf(loaded), items);
