@@ -9,10 +9,11 @@ arguments) when one is given. qemu-user makes each of the tool's
 file-system calls as the same host call, and its own calls name no path
 under the test's directory: the traced calls are the native run's, and an
 injection's count (which includes qemu's calls) is taken from the same
-emulated run. Three operations are traced with strace: replacing
-a stored keychain, a first store where neither the persistent-storage
-directory nor the key-store directory in it exists yet (the key store
-creates both), and erasing a keychain. The trace, not a list kept here,
+emulated run. Four operations are traced with strace: replacing all four
+items of a stored keychain, a first store where neither the
+persistent-storage directory nor the key-store directory in it exists yet
+(the key store creates both), erasing a keychain, and replacing one item
+alone (a keychain of one item file, replaced as a single file). The trace, not a list kept here,
 names the file-system calls: every call with a path (a path argument, a
 descriptor's or a result's) under the test's directory.
 
@@ -37,10 +38,11 @@ store or erase reported (by log line) as failed hold their old or new
 value, all others their new one, no temporary is left, and the result is
 the one the key store defines (store: its last item's; erase: all items').
 
-What must hold, per item of the sample keychain: during the operation it is
-exactly its value before or after (an old item never disappears during a
-replacement; a present item is never torn); once the call has returned true
-it holds the value after, whatever the crash drops. Exit status 0 when all
+What must hold, for the keychain as a whole: during the operation a load
+finds exactly the keychain before or the keychain after, never a mix of
+the two, a torn item or an old item gone; once the call has returned true
+it finds the keychain after, whatever the crash drops. A killed call leaves
+the same; the next store completes the keychain. Exit status 0 when all
 holds, 1 with the violations listed, 77 when strace cannot run (skipped).
 """
 import itertools
@@ -52,12 +54,26 @@ import subprocess
 import sys
 import tempfile
 
+IDS = (".ca.crt.enc", ".crt.enc", ".key.enc", ".pem.enc")  # the sample's
+
+
+def state(version, **changed):
+    """The keychain with every item in |version|, but those |changed| (ids
+    spelt without their leading dot and with "_" for ".")."""
+    held = dict.fromkeys(IDS, version)
+    held.update({"." + k.replace("_", "."): v for k, v in changed.items()})
+    return held
+
+
 # name, what the storage directory holds first (None: nothing), the call,
-# each item's value before and after, and how the result is defined.
+# the keychain before and after, and how the result is defined. A keychain
+# of one item file (replace-one) is replaced the way a single file is.
 SCENARIOS = [
-    ("replace", "old", ["store", "new"], "old", "new", "last"),
-    ("first-store", None, ["store", "new"], "missing", "new", "last"),
-    ("erase", "old", ["erase"], "old", "missing", "all"),
+    ("replace", "old", ["store", "new"], state("old"), state("new"), "last"),
+    ("first-store", None, ["store", "new"], state("missing"), state("new"), "last"),
+    ("erase", "old", ["erase"], state("old"), state("missing"), "all"),
+    ("replace-one", "old", ["store", "new", ".key.enc"], state("old"), state("old", key_enc="new"),
+     "last"),
 ]
 ALL_SUBSETS_UP_TO = 10
 SAMPLED_SUBSETS = 1024
@@ -341,19 +357,20 @@ def crash_trees(start, ops, durable, returned_at_op):
 
 # --- the checks -------------------------------------------------------------
 
-def violations(values, thrown, allowed):
-    """Per item: each holds one of the |allowed| versions."""
+def violations(values, thrown, before, after, failed):
+    """Per item: one that failed holds its value before or after, every
+    other its value after."""
     if thrown:
         return ["load " + thrown]
-    return ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
+    return ["%s holds %s" % (i, v) for i, v in sorted(values.items())
+            if v != after[i] and not (i in failed and v == before[i])]
 
 
 def keychain_violations(values, thrown, allowed):
-    """The keychain as a whole: every item holds the same one of the
-    |allowed| versions."""
+    """The keychain as a whole: it is one of the |allowed| keychains."""
     if thrown:
         return ["load " + thrown]
-    if len(set(values.values())) == 1 and set(values.values()) <= allowed:
+    if values in allowed:
         return []
     return ["the keychain holds " + ", ".join("%s %s" % item for item in sorted(values.items()))]
 
@@ -378,7 +395,7 @@ def check_crash_states(tool, work, scenario):
             continue
         build(tree, image)
         values, thrown = held(tool, image)
-        seen[key] = keychain_violations(values, thrown, {after} if returned else {before, after})
+        seen[key] = keychain_violations(values, thrown, [after] if returned else [before, after])
         if seen[key]:
             problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
                 point, len(ops), " (the call had returned true)" if returned else "",
@@ -415,21 +432,19 @@ def check_calls(tool, work, scenario, what):
             continue
         values, thrown = held(tool, root)
         if what == "signal=KILL":
-            found = keychain_violations(values, thrown, {before, after})
+            found = keychain_violations(values, thrown, [before, after])
             if done.returncode != -9:
                 found.append("not killed: exit %d" % done.returncode)
             next_store = tool_run(tool, root, ["store", "new"])
             values, thrown = held(tool, root)
             if next_store.stdout != b"returned 1\n" or temporaries(root):
                 found.append("the next store left %s" % temporaries(root))
-            found += keychain_violations(values, thrown, {"new"})
+            found += keychain_violations(values, thrown, [state("new")])
         else:
             failed = set(re.findall(r"for '(.*)'\.", done.stderr.decode()))
-            found = violations({i: v for i, v in values.items() if i not in failed}, thrown, {after})
-            found += violations({i: v for i, v in values.items() if i in failed}, None,
-                                {before, after})
-            ids = sorted(values)
-            expected = not failed if result_rule == "all" else ids[-1] not in failed
+            found = violations(values, thrown, before, after, failed)
+            changed = sorted(i for i in IDS if before[i] != after[i])
+            expected = not failed if result_rule == "all" else changed[-1] not in failed
             if done.stdout != (b"returned 1\n" if expected else b"returned 0\n"):
                 found.append("printed %r with %s failed" % (done.stdout, sorted(failed)))
             if temporaries(root):

@@ -2,7 +2,9 @@
 // process, for the tests that trace, kill or starve that process
 // (crash_consistency.py).
 //
-//   zel_keychain_tool ROOT store old|new  StoreKeyChain of that version
+//   zel_keychain_tool ROOT store old|new [ID]
+//                                         StoreKeyChain of that version (of
+//                                         item ID alone, when given)
 //   zel_keychain_tool ROOT erase          EraseKeyChain of the sample item ids
 //   zel_keychain_tool ROOT load           LoadKeyChain; prints a line per
 //                                         sample item id: "ID old|new|other|missing"
@@ -32,16 +34,19 @@ void Print(const std::string& line) {
 
 int main(int argc, char** argv) {
   const std::string op = argc >= 3 ? argv[2] : "";
-  if (!(argc == 4 && op == "store") && !(argc == 3 && (op == "erase" || op == "load"))) {
-    Print("usage: zel_keychain_tool ROOT store old|new | erase | load");
+  if (!((argc == 4 || argc == 5) && op == "store") &&
+      !(argc == 3 && (op == "erase" || op == "load"))) {
+    Print("usage: zel_keychain_tool ROOT store old|new [ID] | erase | load");
     return 2;
   }
   setenv("HEVO_PERSISTENT_STORAGE", argv[1], 1);
   TZelKeyStore& store = TZelKeyStore::GetInstance();
   TZelKeyChain chain("dev");
   if (op != "load") {
-    const bool renewed = std::strcmp(argv[argc - 1], "new") == 0;
-    FillKeyChain(chain, SampleItems(renewed ? SampleVersion::kNew : SampleVersion::kOld));
+    const bool renewed = op == "store" && std::strcmp(argv[3], "new") == 0;
+    ItemBytes items = SampleItems(renewed ? SampleVersion::kNew : SampleVersion::kOld);
+    if (argc == 5) items = {{argv[4], items[argv[4]]}};
+    FillKeyChain(chain, items);
     const bool returned = op == "store" ? store.StoreKeyChain(chain) : store.EraseKeyChain(chain);
     Print(returned ? "returned 1" : "returned 0");
     return 0;
