@@ -2,6 +2,7 @@
 #include "TZelSecureStore.h"
 
 #include "TZelSecureStoreCrypto.h"
+#include "item_context.h"
 
 TZelSecureStore& TZelSecureStore::GetInstance() {
   static TZelSecureStoreCrypto instance;
@@ -17,12 +18,14 @@ bool TZelSecureStore::Load(const std::string& path, THevoBlob& out) {
   // Decrypted in place: |out| takes the ciphertext's buffer, and its old
   // bytes go to |cipherText|, which wipes them.
   out.GetContainer().swap(cipherText.GetContainer());
+  const ZelItemContext context(path);
   return Decrypt(out, out);
 }
 
 bool TZelSecureStore::Store(const std::string& path, const THevoBlob& in) {
   if (in.GetContainer().size() > MAX_ITEM_SIZE) return false;
   THevoBlob cipherText;
+  const ZelItemContext context(path);  // the item file the cipher works for
   bool ok = Encrypt(in, cipherText);
   if (ok) ok = cipherText.Store(path);
   return ok;

@@ -7,6 +7,15 @@
 #include "HevoWipe.h"
 #include "key_material.h"
 
+// A bound build (ZEL_DEVICE_BINDING other than none) seals each item for
+// this device before the white-box layer encrypts it, and opens it after
+// the white-box layer decrypted it: the one place where the library
+// reaches the binding (binding/).
+#if defined(ZEL_DEVICE_BINDING_MODE)
+#include "device_binding.h"
+#include "item_context.h"
+#endif
+
 const unsigned EGSK_SIZE =
     static_cast<unsigned>(_binary_egsk_bin_end - _binary_egsk_bin_start);
 
@@ -20,6 +29,31 @@ void AppendBytes(THevoBlob& blob, const unsigned char* begin,
   for (const unsigned char* p = begin; p != end; ++p)
     blob.GetContainer().push_back(*p);
 }
+
+// CbcEncrypt is the white-box layer of Encrypt: |size| bytes at |in|,
+// padded, into |out|.
+bool CbcEncrypt(PKIWB_encrypt& encryptor, const THevoBlob& egsk, const THevoBlob& uid,
+                const uint8_t* in, size_t size, THevoBlob& out) {
+  // Sizes are 32-bit in the cipher layer; a larger blob cannot be stored.
+  if (size > std::numeric_limits<uint32_t>::max() - 16) return false;
+  const unsigned n = static_cast<unsigned>(size);
+  const unsigned padded = PKIWB_encrypt::get_padded_payload_size(n);
+  HevoWipe::Resize(out.GetContainer(), padded);
+  const unsigned written = encryptor.encrypt_payload(
+      egsk.GetContainer().data(), uid.GetContainer().data(), in, n,
+      out.GetContainer().data());
+  return written == padded;
+}
+
+#if defined(ZEL_DEVICE_BINDING_MODE)
+constexpr zel_binding::Mode kBindingMode =
+    static_cast<zel_binding::Mode>(ZEL_DEVICE_BINDING_MODE);
+
+std::string ContextFileName() {
+  const ZelItemContext* context = ZelItemContext::Current();
+  return context != nullptr ? context->FileName() : std::string();
+}
+#endif
 
 }  // namespace
 
@@ -37,16 +71,21 @@ TZelSecureStoreCrypto::TZelSecureStoreCrypto() {
 TZelSecureStoreCrypto::~TZelSecureStoreCrypto() = default;
 
 bool TZelSecureStoreCrypto::Encrypt(const THevoBlob& in, THevoBlob& out) {
-  // Sizes are 32-bit in the cipher layer; a larger blob cannot be stored.
-  if (in.GetContainer().size() > std::numeric_limits<uint32_t>::max() - 16)
-    return false;
-  const unsigned n = static_cast<unsigned>(in.GetContainer().size());
-  const unsigned padded = PKIWB_encrypt::get_padded_payload_size(n);
-  HevoWipe::Resize(out.GetContainer(), padded);
-  const unsigned written = encryptor->encrypt_payload(
-      egsk.GetContainer().data(), uid.GetContainer().data(),
-      in.GetContainer().data(), n, out.GetContainer().data());
-  return written == padded;
+  const std::vector<uint8_t>& bytes = in.GetContainer();
+#if defined(ZEL_DEVICE_BINDING_MODE)
+  // An item shorter than a block goes to the white-box layer unsealed, which
+  // refuses it by throwing, as in an unbound build.
+  if (bytes.size() >= AES_BLOCK_SIZE) {
+    THevoBlob sealed;  // wiped when it goes
+    if (!zel_binding::BindItem(kBindingMode, ContextFileName(),
+                               zel_binding::Span{bytes.data(), bytes.size()},
+                               sealed.GetContainer()))
+      return false;
+    return CbcEncrypt(*encryptor, egsk, uid, sealed.GetContainer().data(),
+                      sealed.GetContainer().size(), out);
+  }
+#endif
+  return CbcEncrypt(*encryptor, egsk, uid, bytes.data(), bytes.size(), out);
 }
 
 bool TZelSecureStoreCrypto::Decrypt(const THevoBlob& in, THevoBlob& out) {
@@ -61,5 +100,17 @@ bool TZelSecureStoreCrypto::Decrypt(const THevoBlob& in, THevoBlob& out) {
       in.GetContainer().data(), n, out.GetContainer().data());
   // The dropped tail (the pad's room) is wiped.
   HevoWipe::Resize(out.GetContainer(), plain);
+#if defined(ZEL_DEVICE_BINDING_MODE)
+  // What the white-box layer gave is the sealed form: it must open for this
+  // device and this file, else nothing of it is returned.
+  if (!out.GetContainer().empty()) {
+    ZelItemContext* context = ZelItemContext::Current();
+    const bool migrating = context != nullptr && context->AcceptsUnbound();
+    const zel_binding::Unbound result = zel_binding::UnbindItem(
+        kBindingMode, ContextFileName(), out.GetContainer(), migrating);
+    if (result == zel_binding::Unbound::kNotBound && migrating) context->NoteUnbound();
+    else if (result != zel_binding::Unbound::kOk) return false;
+  }
+#endif
   return !out.GetContainer().empty();
 }
