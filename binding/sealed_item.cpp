@@ -15,6 +15,12 @@ struct ItemKey {
   ~ItemKey() { HevoWipe::Wipe(bytes, sizeof bytes); }
 };
 
+bool HasMagic(const uint8_t* at) {
+  for (size_t i = 0; i < sizeof kSealedMagic; ++i)
+    if (at[i] != kSealedMagic[i]) return false;
+  return true;
+}
+
 bool DeriveItemKey(const Libcrypto& crypto, Mode mode, Span ikm, const std::string& file_name,
                    ItemKey& key) {
   std::vector<uint8_t> info(kInfoLabel, kInfoLabel + sizeof kInfoLabel);  // with its NUL
@@ -38,8 +44,10 @@ const char* ModeName(Mode mode) {
 
 SealedHeader ReadSealedHeader(Span sealed, Mode mode) {
   if (sealed.size < kSealedOverhead) return {OpenStatus::kNotBound, 0, mode};
-  for (size_t i = 0; i < sizeof kSealedMagic; ++i)
-    if (sealed.data[i] != kSealedMagic[i]) return {OpenStatus::kNotBound, 0, mode};
+  const bool head = HasMagic(sealed.data);
+  const bool tail = HasMagic(sealed.data + sealed.size - sizeof kSealedMagic);
+  if (!head && !tail) return {OpenStatus::kNotBound, 0, mode};
+  if (!head || !tail) return {OpenStatus::kRefused, 0, mode};
   const unsigned version = sealed.data[4];
   const Mode found = static_cast<Mode>(sealed.data[5]);
   if (version != kSealedVersion) return {OpenStatus::kUnknownVersion, version, found};
@@ -51,7 +59,8 @@ bool SealItem(const Libcrypto& crypto, Mode mode, Span ikm, const std::string& f
               Span plain, std::vector<uint8_t>& sealed) {
   HevoWipe::Resize(sealed, kSealedOverhead + plain.size);
   uint8_t* header = sealed.data();
-  for (size_t i = 0; i < sizeof kSealedMagic; ++i) header[i] = kSealedMagic[i];
+  for (size_t i = 0; i < sizeof kSealedMagic; ++i)
+    header[i] = sealed[sealed.size() - sizeof kSealedMagic + i] = kSealedMagic[i];
   header[4] = kSealedVersion;
   header[5] = static_cast<uint8_t>(mode);
   uint8_t* nonce = header + kSealedHeaderSize;
@@ -74,9 +83,9 @@ OpenStatus OpenItem(const Libcrypto& crypto, Mode mode, Span ikm, const std::str
   // The plaintext goes to a block of its own, wiped unless the tag matched.
   std::vector<uint8_t> opened(sealed.size - kSealedOverhead);
   const uint8_t* nonce = sealed.data + kSealedHeaderSize;
+  const size_t ciphertext_and_tag = opened.size() + kAeadTagSize;
   const bool ok = AesGcmOpen(crypto, key.bytes, nonce, Span{sealed.data, kSealedHeaderSize},
-                             Span{nonce + kAeadNonceSize, sealed.size - kSealedHeaderSize - kAeadNonceSize},
-                             opened.data());
+                             Span{nonce + kAeadNonceSize, ciphertext_and_tag}, opened.data());
   if (!ok) {
     HevoWipe::Clear(opened);
     return OpenStatus::kRefused;

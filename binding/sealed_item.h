@@ -10,6 +10,14 @@
 //   18      n     the item, AES-256-GCM ciphertext
 //   18 + n  16    GCM tag over the first 6 bytes (as associated data) and
 //                 the ciphertext
+//   34 + n  4     the magic again
+//
+// The magic at both ends tells a damaged bound item from an unbound one:
+// the white-box CBC layer turns a changed byte of an item file into a
+// garbled 16-byte block (and one changed byte in the next), which can wipe
+// out one magic of the sealed form but not both. A form with neither magic
+// is unbound; one with a single magic is damaged and refused, so that
+// the migration never takes a damaged bound file for an unbound one.
 //
 // The GCM key is HKDF-SHA256 of the device value(s) (ikm), salt kSalt, info
 // kInfoLabel || mode || the item's file name: each item file has a key of
@@ -38,24 +46,26 @@ const char* ModeName(Mode mode);
 constexpr uint8_t kSealedMagic[4] = {0x00, 0x5a, 0x44, 0x42};
 constexpr uint8_t kSealedVersion = 1;
 constexpr size_t kSealedHeaderSize = 6;
-constexpr size_t kSealedOverhead = kSealedHeaderSize + kAeadNonceSize + kAeadTagSize;
+constexpr size_t kSealedOverhead =
+    kSealedHeaderSize + kAeadNonceSize + kAeadTagSize + sizeof kSealedMagic;
 
 // OpenStatus is the outcome of opening a sealed item.
 enum class OpenStatus {
   kOk,
-  kNotBound,        // too short for the sealed form, or no magic
+  kNotBound,        // too short for the sealed form, or neither magic
   kUnknownVersion,  // a format version this build does not know
   kOtherMode,       // bound by another mode than this build's
-  kRefused,         // the tag does not match: another device value, another
-                    // file name, or damaged bytes
+  kRefused,         // the tag does not match (another device value, another
+                    // file name, or damaged bytes), or one magic is missing
   kCryptoFailed,    // libcrypto reported an error
 };
 
-// SealedHeader is what the first bytes of a sealed item say.
+// SealedHeader is what the magics and the first bytes of a sealed item say.
 struct SealedHeader {
-  OpenStatus status;  // kOk, kNotBound, kUnknownVersion or kOtherMode
-  unsigned version;   // valid unless kNotBound
-  Mode mode;          // valid unless kNotBound
+  OpenStatus status;  // kOk, kNotBound, kUnknownVersion, kOtherMode or
+                      // kRefused (one magic missing)
+  unsigned version;   // valid for kOk, kUnknownVersion and kOtherMode
+  Mode mode;          // valid for kOk, kUnknownVersion and kOtherMode
 };
 
 // ReadSealedHeader looks at the header of |sealed| for a build of |mode|.

@@ -41,6 +41,7 @@ TEST(SealedItem, LayoutAndRoundTrip) {
   const Bytes sealed = Seal();
   ASSERT_EQ(sealed.size(), kItem.size() + zel_binding::kSealedOverhead);
   EXPECT_EQ(Bytes(sealed.begin(), sealed.begin() + 6), Hex("005a44420101"));
+  EXPECT_EQ(Bytes(sealed.end() - 4, sealed.end()), Hex("005a4442"));
   EXPECT_EQ(Open(sealed), OpenStatus::kOk);
   // A fresh nonce per seal: sealing again gives other bytes.
   EXPECT_NE(Seal(), sealed);
@@ -49,20 +50,26 @@ TEST(SealedItem, LayoutAndRoundTrip) {
 
 TEST(SealedItem, EveryChangedRegionIsRefused) {
   const Bytes sealed = Seal();
-  const size_t tag = sealed.size() - 16;
-  // Each region's first and last byte; the tag check covers the header too.
+  const size_t tag = sealed.size() - 20, tail = sealed.size() - 4;
+  // Each region's first and last byte; the tag covers the header too.
   const struct { size_t at; OpenStatus expected; } cases[] = {
-      {0, OpenStatus::kNotBound}, {3, OpenStatus::kNotBound},                  // magic
-      {4, OpenStatus::kUnknownVersion},                                         // version
-      {5, OpenStatus::kOtherMode},                                              // mode
-      {6, OpenStatus::kRefused}, {17, OpenStatus::kRefused},                    // nonce
-      {18, OpenStatus::kRefused}, {tag - 1, OpenStatus::kRefused},              // ciphertext
-      {tag, OpenStatus::kRefused}, {sealed.size() - 1, OpenStatus::kRefused}};  // tag
+      {0, OpenStatus::kRefused}, {3, OpenStatus::kRefused},                // magic
+      {4, OpenStatus::kUnknownVersion},                                     // version
+      {5, OpenStatus::kOtherMode},                                          // mode
+      {6, OpenStatus::kRefused}, {17, OpenStatus::kRefused},                // nonce
+      {18, OpenStatus::kRefused}, {tag - 1, OpenStatus::kRefused},          // ciphertext
+      {tag, OpenStatus::kRefused}, {tail - 1, OpenStatus::kRefused},        // tag
+      {tail, OpenStatus::kRefused}, {tail + 3, OpenStatus::kRefused}};      // magic again
   for (const auto& c : cases) {
     Bytes changed = sealed;
     changed[c.at] ^= 0x04;
     EXPECT_EQ(Open(changed), c.expected) << "byte " << c.at;
   }
+  // Only with both magics gone is it taken for unbound.
+  Bytes both = sealed;
+  both[0] ^= 1;
+  both[tail] ^= 1;
+  EXPECT_EQ(Open(both), OpenStatus::kNotBound);
   Bytes truncated(sealed.begin(), sealed.end() - 1);
   EXPECT_EQ(Open(truncated), OpenStatus::kRefused);
   truncated.resize(zel_binding::kSealedOverhead - 1);
