@@ -2,7 +2,7 @@
 """crash_consistency.py: the key store under power loss, kills and failing
 system calls, driven by a trace of its own file-system calls.
 
-    crash_consistency.py crash-states|killed-calls|failing-calls [EMULATOR...] TOOL
+    crash_consistency.py [--host-secret] crash-states|killed-calls|failing-calls [EMULATOR...] TOOL
 
 TOOL is zel_keychain_tool, run through EMULATOR (qemu-user and its
 arguments) when one is given. qemu-user makes each of the tool's
@@ -37,6 +37,12 @@ store or erase reported (by log line) as failed hold their old or new
 value, all others their new one, no temporary is left, and the result is
 the one the key store defines (store: its last item's; erase: all items').
 
+--host-secret: TOOL is a host-bound build. Its host secret lives in the
+test's directory ($ZEL_HOST_SECRET is ROOT/secret/host.secret), so that the
+first store's creation of it is traced and crashed like the items, and
+every crash state that holds an item file must also load it: no crash
+leaves an item whose secret is gone.
+
 What must hold, per item of the sample keychain: during the operation it is
 exactly its value before or after (an old item never disappears during a
 replacement; a present item is never torn); once the call has returned true
@@ -70,6 +76,8 @@ UNMODELLED = {"creat", "truncate", "ftruncate", "fallocate", "pwrite64", "pwrite
 # Calls whose string arguments are data, not paths.
 DATA_CALLS = {"read", "write", "pread64", "pwrite64", "readv", "writev"}
 NO_LEAK_CHECK = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")  # not under ptrace
+HOST_SECRET = False  # --host-secret
+SECRET_FILE = os.path.join("secret", "host.secret")
 
 
 def run(args, env=None):
@@ -80,8 +88,10 @@ def tool_run(tool, root, args, strace=()):
     """Runs the tool on the persistent-storage path |root|/storage: a first
     store creates that directory and the key-store directory in it."""
     command = [*tool, os.path.join(root, "storage"), *args]
-    return run(["strace", *strace, *command] if strace else command,
-               NO_LEAK_CHECK if strace else None)
+    env = NO_LEAK_CHECK if strace else None
+    if HOST_SECRET:
+        env = dict(env or os.environ, ZEL_HOST_SECRET=os.path.join(root, SECRET_FILE))
+    return run(["strace", *strace, *command] if strace else command, env)
 
 
 def prepare(tool, root, setup):
@@ -237,6 +247,8 @@ def build(tree, root):
         else:
             with open(full, "wb") as f:
                 f.write(data)
+            if HOST_SECRET and path == SECRET_FILE.encode():
+                os.chmod(full, 0o400)  # as its creator made it
 
 
 def model(calls, start, returned_at):
@@ -340,6 +352,15 @@ def violations(values, thrown, allowed):
     return ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
 
 
+def unreadable_item_files(tree, values):
+    """The item files that |tree| holds but a load did not give back."""
+    prefix = b"storage/zel_keystore/dev"
+    present = {path[len(prefix):].decode() for path, data in tree
+               if path.startswith(prefix) and data is not None}
+    return ["%s has its file but does not load" % i for i in sorted(present)
+            if values.get(i, "missing") == "missing"]
+
+
 def check_crash_states(tool, work, scenario):
     name, setup, args, before, after, _ = scenario
     root, image = os.path.join(work, "root"), os.path.join(work, "image")
@@ -361,6 +382,8 @@ def check_crash_states(tool, work, scenario):
         build(tree, image)
         values, thrown = held(tool, image)
         seen[key] = violations(values, thrown, {after} if returned else {before, after})
+        if HOST_SECRET:
+            seen[key] += unreadable_item_files(tree, values)
         if seen[key]:
             problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
                 point, len(ops), " (the call had returned true)" if returned else "",
@@ -422,6 +445,10 @@ def check_calls(tool, work, scenario, what):
 
 
 def main():
+    global HOST_SECRET
+    if len(sys.argv) > 1 and sys.argv[1] == "--host-secret":
+        HOST_SECRET = True
+        del sys.argv[1]
     if len(sys.argv) < 3 or sys.argv[1] not in ("crash-states", "killed-calls", "failing-calls"):
         sys.exit(__doc__)
     check, tool = sys.argv[1], sys.argv[2:-1] + [os.path.abspath(sys.argv[-1])]
