@@ -42,14 +42,14 @@ void LogCannot(bool for_store, const std::string& file_name, const std::string& 
 // Material loads libcrypto and gets the key material; false after logging
 // why it cannot.
 bool Material(Mode mode, bool for_store, const std::string& file_name, const Libcrypto*& crypto,
-              KeyMaterial& material) {
+              KeyMaterial& material, const FindBoundFile& find_bound_file = nullptr) {
   std::string error;
   crypto = LoadLibcrypto(error);
   if (crypto == nullptr) {
     LogCannot(for_store, file_name, "the cryptographic library " + error);
     return false;
   }
-  const SourceResult result = KeysFor(mode).Get(*crypto, for_store, material);
+  const SourceResult result = KeysFor(mode).Get(*crypto, for_store, material, find_bound_file);
   if (result.status != SourceStatus::kOk) {
     LogCannot(for_store, file_name, result.reason);
     return false;
@@ -59,11 +59,12 @@ bool Material(Mode mode, bool for_store, const std::string& file_name, const Lib
 
 }  // namespace
 
-bool BindItem(Mode mode, const std::string& file_name, Span plain, std::vector<uint8_t>& sealed) {
+bool BindItem(Mode mode, const std::string& file_name, Span plain, std::vector<uint8_t>& sealed,
+              const FindBoundFile& find_bound_file) {
   HevoWipe::Clear(sealed);
   const Libcrypto* crypto = nullptr;
   KeyMaterial material;
-  if (!Material(mode, true, file_name, crypto, material)) return false;
+  if (!Material(mode, true, file_name, crypto, material, find_bound_file)) return false;
   if (!SealItem(*crypto, mode, material.span(), file_name, plain, sealed)) {
     zelLogging_log(kLevelError, kLogCannotStore, file_name.c_str(), "libcrypto failed to seal it");
     return false;

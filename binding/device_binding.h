@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "aead.h"
+#include "device_keys.h"
 #include "sealed_item.h"
 
 namespace zel_binding {
@@ -24,9 +25,12 @@ extern const char kLogUnknownVersion[];  // file name, its version
 
 // BindItem replaces |sealed| with the sealed form of |plain| for the item
 // file |file_name|, bound by |mode| to this device. The device value is
-// read (and, for a store, the host secret created) on the first call.
-// False, with its line logged and |sealed| empty, when it cannot.
-bool BindItem(Mode mode, const std::string& file_name, Span plain, std::vector<uint8_t>& sealed);
+// read on the first call; a missing host secret is created then, unless
+// |find_bound_file| names a bound item file of the key store (see
+// DeviceKeys::Get). False, with its line logged and |sealed| empty, when
+// it cannot.
+bool BindItem(Mode mode, const std::string& file_name, Span plain, std::vector<uint8_t>& sealed,
+              const FindBoundFile& find_bound_file);
 
 enum class Unbound { kOk, kNotBound, kRefused };
 

@@ -2,7 +2,9 @@
 #include "device_keys.h"
 
 #include <sys/mman.h>
+#include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -21,6 +23,11 @@ std::string Tpm2Setting() {
 bool UsesTpm2(Mode mode) { return mode == Mode::kTpm2 || mode == Mode::kTpm2Host; }
 bool UsesHost(Mode mode) { return mode == Mode::kHost || mode == Mode::kTpm2Host; }
 
+bool IsMissing(const std::string& path) {
+  struct stat info;
+  return lstat(path.c_str(), &info) != 0 && errno == ENOENT;
+}
+
 }  // namespace
 
 DeviceSources SystemSources() { return {ReadTpm2DeviceValue, Tpm2Setting, HostSecretPath}; }
@@ -38,14 +45,15 @@ DeviceKeys::~DeviceKeys() {
   munlock(&cached_, sizeof cached_);
 }
 
-SourceResult DeviceKeys::Get(const Libcrypto& crypto, bool for_store, KeyMaterial& out) {
+SourceResult DeviceKeys::Get(const Libcrypto& crypto, bool for_store, KeyMaterial& out,
+                             const FindBoundFile& find_bound_file) {
   const std::lock_guard<std::mutex> guard(lock_);
   out.size = 0;
   const std::string tpm2_setting = UsesTpm2(mode_) ? sources_.tpm2_setting() : "";
   const std::string host_path = UsesHost(mode_) ? sources_.host_path() : "";
   if (!have_cached_ || tpm2_setting != cached_tpm2_setting_ || host_path != cached_host_path_) {
     have_cached_ = false;
-    const SourceResult result = Read(crypto, for_store, host_path);
+    const SourceResult result = Read(crypto, for_store, host_path, find_bound_file);
     if (result.status != SourceStatus::kOk) return result;
     have_cached_ = true;
     cached_tpm2_setting_ = tpm2_setting;
@@ -57,7 +65,7 @@ SourceResult DeviceKeys::Get(const Libcrypto& crypto, bool for_store, KeyMateria
 }
 
 SourceResult DeviceKeys::Read(const Libcrypto& crypto, bool for_store,
-                              const std::string& host_path) {
+                              const std::string& host_path, const FindBoundFile& find_bound_file) {
   HevoWipe::Wipe(cached_.bytes, sizeof cached_.bytes);
   cached_.size = 0;
   DeviceValue value;
@@ -70,7 +78,15 @@ SourceResult DeviceKeys::Read(const Libcrypto& crypto, bool for_store,
     cached_.size = DeviceValue::kSize;
   }
   if (UsesHost(mode_)) {
-    const SourceResult result = ReadHostSecret(crypto, host_path, for_store, value);
+    std::string bound;
+    if (for_store && find_bound_file && IsMissing(host_path)) bound = find_bound_file();
+    const SourceResult result =
+        bound.empty() ? ReadHostSecret(crypto, host_path, for_store, value)
+                      : SourceResult{SourceStatus::kRefused,
+                                     "the host secret '" + host_path +
+                                         "' is missing while the bound item file '" + bound +
+                                         "' exists; restore the secret, or remove the bound item "
+                                         "files to start anew"};
     if (result.status != SourceStatus::kOk) {
       HevoWipe::Wipe(cached_.bytes, sizeof cached_.bytes);
       cached_.size = 0;

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -42,6 +43,10 @@ struct KeyMaterial {
   Span span() const { return Span{bytes, size}; }
 };
 
+// FindBoundFile returns the name of an item file of the key store that is
+// bound (sealed), or "" when there is none.
+using FindBoundFile = std::function<std::string()>;
+
 class DeviceKeys {
  public:
   DeviceKeys(Mode mode, DeviceSources sources);
@@ -50,12 +55,18 @@ class DeviceKeys {
   DeviceKeys& operator=(const DeviceKeys&) = delete;
 
   // Get copies the mode's key material into |out|. For a store
-  // (|for_store|), a missing host secret is created; a load never creates
-  // it. On failure |out| is empty and the result says why. Thread-safe.
-  SourceResult Get(const Libcrypto& crypto, bool for_store, KeyMaterial& out);
+  // (|for_store|), a missing host secret is created, unless
+  // |find_bound_file| (when given) names a bound item file: the secret was
+  // lost, and a new one would leave that file unreadable for good, so the
+  // store is refused (kRefused) until the secret is restored or the bound
+  // files are gone. A load never creates it. On failure |out| is empty and
+  // the result says why. Thread-safe.
+  SourceResult Get(const Libcrypto& crypto, bool for_store, KeyMaterial& out,
+                   const FindBoundFile& find_bound_file = nullptr);
 
  private:
-  SourceResult Read(const Libcrypto& crypto, bool for_store, const std::string& host_path);
+  SourceResult Read(const Libcrypto& crypto, bool for_store, const std::string& host_path,
+                    const FindBoundFile& find_bound_file);
 
   std::mutex lock_;
   const Mode mode_;

@@ -55,6 +55,10 @@ SealedHeader ReadSealedHeader(Span sealed, Mode mode) {
   return {OpenStatus::kOk, version, found};
 }
 
+bool IsSealed(Span bytes) {
+  return ReadSealedHeader(bytes, Mode::kHost).status != OpenStatus::kNotBound;
+}
+
 bool SealItem(const Libcrypto& crypto, Mode mode, Span ikm, const std::string& file_name,
               Span plain, std::vector<uint8_t>& sealed) {
   HevoWipe::Resize(sealed, kSealedOverhead + plain.size);

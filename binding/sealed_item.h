@@ -71,6 +71,10 @@ struct SealedHeader {
 // ReadSealedHeader looks at the header of |sealed| for a build of |mode|.
 SealedHeader ReadSealedHeader(Span sealed, Mode mode);
 
+// IsSealed tells whether |bytes| are a sealed form of any mode or version,
+// whole or damaged (at least one magic).
+bool IsSealed(Span bytes);
+
 // SealItem replaces |sealed| with the sealed form of |plain|, bound by
 // |mode| to |ikm| and |file_name| (the item file's bare name). False when
 // libcrypto fails; |sealed| then holds nothing.

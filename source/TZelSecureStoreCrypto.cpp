@@ -12,6 +12,9 @@
 // the white-box layer decrypted it: the one place where the library
 // reaches the binding (binding/).
 #if defined(ZEL_DEVICE_BINDING_MODE)
+#include <set>
+
+#include "HevoFileUtils.h"
 #include "device_binding.h"
 #include "item_context.h"
 #endif
@@ -28,6 +31,21 @@ void AppendBytes(THevoBlob& blob, const unsigned char* begin,
   blob.GetContainer().reserve(static_cast<size_t>(end - begin));
   for (const unsigned char* p = begin; p != end; ++p)
     blob.GetContainer().push_back(*p);
+}
+
+// CbcDecrypt is the white-box layer of Decrypt: |in| into |out| (which may
+// be |in|), the padding stripped.
+void CbcDecrypt(PKIWB_decrypt& decryptor, const THevoBlob& egsk, const THevoBlob& uid,
+                const THevoBlob& in, THevoBlob& out) {
+  const unsigned n = static_cast<unsigned>(in.GetContainer().size());
+  // |in| may be |out| (TZelSecureStore::Load): the size stays, and the
+  // decryptor allows overlapping input and output.
+  HevoWipe::Resize(out.GetContainer(), n);
+  const unsigned plain = decryptor.decrypt_payload(
+      egsk.GetContainer().data(), uid.GetContainer().data(),
+      in.GetContainer().data(), n, out.GetContainer().data());
+  // The dropped tail (the pad's room) is wiped.
+  HevoWipe::Resize(out.GetContainer(), plain);
 }
 
 // CbcEncrypt is the white-box layer of Encrypt: |size| bytes at |in|,
@@ -53,6 +71,33 @@ std::string ContextFileName() {
   const ZelItemContext* context = ZelItemContext::Current();
   return context != nullptr ? context->FileName() : std::string();
 }
+
+// FindBoundFileBeside returns the name of an item file in the directory of
+// |path| whose white-box plaintext is a sealed form, or "". Asked only when
+// a store finds the host secret missing: a new secret must not orphan the
+// files bound to the lost one.
+std::string FindBoundFileBeside(const std::string& path, PKIWB_decrypt& decryptor,
+                                const THevoBlob& egsk, const THevoBlob& uid) {
+  const std::string::size_type slash = path.rfind('/');
+  const std::string dir =
+      slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  std::set<std::string> files;
+  HevoFileUtils::GetFiles(dir, files);
+  for (const std::string& file : files) {
+    THevoBlob bytes;
+    if (!bytes.Load(dir + "/" + file,
+                    PKIWB_encrypt::get_padded_payload_size(TZelSecureStore::MAX_ITEM_SIZE)))
+      continue;
+    try {
+      CbcDecrypt(decryptor, egsk, uid, bytes, bytes);
+    } catch (const char*) {
+      continue;  // malformed: not an item file of this key material
+    }
+    if (zel_binding::IsSealed({bytes.GetContainer().data(), bytes.GetContainer().size()}))
+      return file;
+  }
+  return "";
+}
 #endif
 
 }  // namespace
@@ -76,10 +121,16 @@ bool TZelSecureStoreCrypto::Encrypt(const THevoBlob& in, THevoBlob& out) {
   // An item shorter than a block goes to the white-box layer unsealed, which
   // refuses it by throwing, as in an unbound build.
   if (bytes.size() >= AES_BLOCK_SIZE) {
+    const ZelItemContext* context = ZelItemContext::Current();
+    zel_binding::FindBoundFile find_bound_file;
+    if (context != nullptr)
+      find_bound_file = [this, context] {
+        return FindBoundFileBeside(context->Path(), *decryptor, egsk, uid);
+      };
     THevoBlob sealed;  // wiped when it goes
     if (!zel_binding::BindItem(kBindingMode, ContextFileName(),
                                zel_binding::Span{bytes.data(), bytes.size()},
-                               sealed.GetContainer()))
+                               sealed.GetContainer(), find_bound_file))
       return false;
     return CbcEncrypt(*encryptor, egsk, uid, sealed.GetContainer().data(),
                       sealed.GetContainer().size(), out);
@@ -91,15 +142,7 @@ bool TZelSecureStoreCrypto::Encrypt(const THevoBlob& in, THevoBlob& out) {
 bool TZelSecureStoreCrypto::Decrypt(const THevoBlob& in, THevoBlob& out) {
   if (in.GetContainer().size() > std::numeric_limits<uint32_t>::max())
     return false;
-  const unsigned n = static_cast<unsigned>(in.GetContainer().size());
-  // |in| may be |out| (TZelSecureStore::Load): the size stays, and the
-  // decryptor allows overlapping input and output.
-  HevoWipe::Resize(out.GetContainer(), n);
-  const unsigned plain = decryptor->decrypt_payload(
-      egsk.GetContainer().data(), uid.GetContainer().data(),
-      in.GetContainer().data(), n, out.GetContainer().data());
-  // The dropped tail (the pad's room) is wiped.
-  HevoWipe::Resize(out.GetContainer(), plain);
+  CbcDecrypt(*decryptor, egsk, uid, in, out);
 #if defined(ZEL_DEVICE_BINDING_MODE)
   // What the white-box layer gave is the sealed form: it must open for this
   // device and this file, else nothing of it is returned.

@@ -32,6 +32,8 @@ class ZelItemContext {
   // Current returns the calling thread's innermost context, or nullptr.
   static ZelItemContext* Current() { return current_; }
 
+  const std::string& Path() const { return path_; }
+
   // FileName returns the bare name of the item file: the path after its
   // last "/".
   std::string FileName() const { return path_.substr(path_.rfind('/') + 1); }

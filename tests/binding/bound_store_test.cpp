@@ -78,6 +78,21 @@ class BoundStoreTest : public ::testing::Test {
     store_->LoadKeyChain(chain);
     return ItemsOf(chain);
   }
+  // OnAnotherDevice stores the sample keychain |name| with another host
+  // secret, in a key store of its own, and copies its files here.
+  void StoreOnAnotherDevice(const std::string& name) {
+    const std::string other = dir_ / "device2", home_secret = secret_;
+    setenv("HEVO_PERSISTENT_STORAGE", other.c_str(), 1);
+    UseSecret(dir_ / "device2-secret/host.secret");
+    TZelKeyStore store;
+    TZelKeyChain chain(name);
+    FillKeyChain(chain, SampleItems(SampleVersion::kOld));
+    EXPECT_TRUE(store.StoreKeyChain(chain));
+    for (const std::string& file : ListDir(other + "/zel_keystore"))
+      std::filesystem::copy_file(other + "/zel_keystore/" + file, keys_ + "/" + file);
+    setenv("HEVO_PERSISTENT_STORAGE", root_.c_str(), 1);
+    UseSecret(home_secret);
+  }
 
   TempDir dir_;
   const std::string root_ = dir_ / "storage", keys_ = root_ + "/zel_keystore";
@@ -119,11 +134,11 @@ TEST_F(BoundStoreTest, FilesOfAnotherDeviceOrNameOrDamagedAreRefusedAndKept) {
   EXPECT_TRUE(Load("dmg").empty());
   EXPECT_EQ(BindingLines(), (std::vector<std::pair<std::string, std::string>>{
                                 Line(kOtherDevice, "copy.key.enc"), Line(kOtherDevice, "dmg.crt.enc")}));
-  UseSecret(dir_ / "another-device/host.secret");  // another device
-  ASSERT_TRUE(StoreSample("other"));
-  EXPECT_TRUE(Load().empty());
-  EXPECT_EQ(BindingLines().size(), 4u);
-  UseSecret(dir_ / "storage-secret/host.secret");  // back home
+  StoreOnAnotherDevice("other");  // its files moved here
+  EXPECT_TRUE(Load("other").empty());
+  const auto lines = BindingLines();
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[0], Line(kOtherDevice, "other.ca.crt.enc"));
   EXPECT_EQ(Load(), SampleItems(SampleVersion::kOld));
   for (const auto& file : files) EXPECT_EQ(ReadFile(keys_ + "/" + file.first), file.second);
 }
@@ -143,6 +158,16 @@ TEST_F(BoundStoreTest, AMissingOrRefusedSecretStopsLoadsAndStores) {
   EXPECT_EQ(missing[0].first, kCannotLoad);
   EXPECT_THAT(missing[0].second, ::testing::HasSubstr("' is missing, and bound item files cannot be read without it."));
   EXPECT_EQ(FileMode(home), 0u);  // a load never creates it
+  // Nor does a store while bound files exist: a new secret would orphan them.
+  EXPECT_FALSE(StoreSample("new"));
+  const auto orphaning = BindingLines();
+  ASSERT_EQ(orphaning.size(), 4u);
+  EXPECT_EQ(orphaning[0].first, kCannotStore);
+  EXPECT_THAT(orphaning[0].second, ::testing::EndsWith(
+      "' is missing while the bound item file 'dev.ca.crt.enc' exists; restore the secret, or "
+      "remove the bound item files to start anew."));
+  EXPECT_EQ(FileMode(home), 0u);
+  EXPECT_EQ(Files(keys_), files);
 
   ASSERT_EQ(rename(elsewhere.c_str(), home.c_str()), 0);
   chmod(home.c_str(), 0600);
@@ -165,36 +190,31 @@ TEST_F(BoundStoreTest, MigrationBindsTheUnboundFilesOnly) {
   EXPECT_TRUE(Load().empty());
   const auto refused = BindingLines();
   ASSERT_EQ(refused.size(), 4u);
-  EXPECT_EQ(refused[0].first, kNotBound);
+  EXPECT_EQ(refused[0], Line(kNotBound, "dev.ca.crt.enc"));
   EXPECT_EQ(FileMode(secret_), 0u);  // loads create no secret
-
-  // Beside them: files bound to another device, a bound file whose first
-  // block was damaged (not to be taken for unbound), a malformed one.
-  UseSecret(dir_ / "another-device/host.secret");
-  ASSERT_TRUE(StoreSample("other"));
-  std::string damaged = ReadFile(keys_ + "/other.key.enc");
-  damaged[3] ^= 0x40;
-  WriteFile(keys_ + "/damaged.key.enc", damaged);
-  UseSecret(dir_ / "storage-secret/host.secret");
-  WriteFile(keys_ + "/bad.key.enc", std::string(20, 'x'));
-  TakeLogRecords();
-  const auto before = Files(keys_);
+  WriteFile(keys_ + "/bad.key.enc", std::string(20, 'x'));  // malformed
 
   TZelMigrationCounts counts;
   EXPECT_FALSE(TZelDeviceBinding::MigrateUnboundItems(counts));
   EXPECT_EQ(counts.migrated, 4u);
   EXPECT_EQ(counts.alreadyBound, 0u);
-  EXPECT_EQ(counts.failed, 6u);
-  EXPECT_EQ(FileMode(secret_), 0400u);
+  EXPECT_EQ(counts.failed, 1u);
+  EXPECT_EQ(FileMode(secret_), 0400u);  // the first migrated file created it
   EXPECT_EQ(Load(), SampleItems(SampleVersion::kOld));
-  for (const auto& file : before)
-    EXPECT_EQ(ReadFile(keys_ + "/" + file.first) == file.second, unbound.count(file.first) == 0)
-        << file.first;
+  for (const auto& file : unbound) EXPECT_NE(ReadFile(keys_ + "/" + file.first), file.second);
 
+  // Again, with files bound to another device and one of them damaged in
+  // its first block (which must not pass for unbound): nothing changes.
+  StoreOnAnotherDevice("other");
+  std::string damaged = ReadFile(keys_ + "/other.key.enc");
+  damaged[3] ^= 0x40;
+  WriteFile(keys_ + "/damaged.key.enc", damaged);
+  const auto before = Files(keys_);
   EXPECT_FALSE(TZelDeviceBinding::MigrateUnboundItems(counts));
   EXPECT_EQ(counts.migrated, 0u);
   EXPECT_EQ(counts.alreadyBound, 4u);
   EXPECT_EQ(counts.failed, 6u);
+  EXPECT_EQ(Files(keys_), before);
 }
 
 }  // namespace
