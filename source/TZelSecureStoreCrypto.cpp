@@ -121,6 +121,8 @@ bool TZelSecureStoreCrypto::Encrypt(const THevoBlob& in, THevoBlob& out) {
   // An item shorter than a block goes to the white-box layer unsealed, which
   // refuses it by throwing, as in an unbound build.
   if (bytes.size() >= AES_BLOCK_SIZE) {
+    // The sealed form must still fit the bound of a loaded file.
+    if (bytes.size() > TZelSecureStore::MAX_ITEM_SIZE - zel_binding::kSealedOverhead) return false;
     const ZelItemContext* context = ZelItemContext::Current();
     zel_binding::FindBoundFile find_bound_file;
     if (context != nullptr)

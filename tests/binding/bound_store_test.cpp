@@ -115,6 +115,10 @@ TEST_F(BoundStoreTest, ItemsRoundTripAndTheFirstStoreCreatesTheSecret) {
   short_item.SetItem(".x", "short");
   EXPECT_THAT([&] { store_->StoreKeyChain(short_item); },
               Throws<const char*>(StrEq("ASSERTION FAILED: in_size != 0")));
+  // The largest item whose sealed form still loads.
+  THevoBlob largest, out;
+  largest.GetContainer().resize(TZelSecureStore::MAX_ITEM_SIZE - 38 + 1);
+  EXPECT_FALSE(TZelSecureStore::GetInstance().Encrypt(largest, out));
   WriteFile(keys_ + "/m.bad", std::string(20, 'x'));
   TZelKeyChain malformed("m");
   EXPECT_THAT([&] { store_->LoadKeyChain(malformed); },
