@@ -15,8 +15,9 @@
 namespace zel_binding {
 namespace {
 
+// The TPM source's setting: its value depends on the TCTI it talks to.
 std::string Tpm2Setting() {
-  const char* tcti = std::getenv(kTpm2TctiVariable);
+  const char* tcti = std::getenv("ZEL_TPM2_TCTI");
   return tcti != nullptr ? tcti : "";
 }
 

@@ -1,4 +1,4 @@
-// tpm2_device_value.h: this device's value from its TPM 2.0.
+// binding/tpm2/tpm2_device_value.h
 #ifndef ZEL_BINDING_TPM2_TPM2_DEVICE_VALUE_H
 #define ZEL_BINDING_TPM2_TPM2_DEVICE_VALUE_H
 
@@ -6,12 +6,8 @@
 
 namespace zel_binding {
 
-// kTpm2TctiVariable names the environment variable that chooses the TCTI
-// (default "device:/dev/tpmrm0").
-constexpr char kTpm2TctiVariable[] = "ZEL_TPM2_TCTI";
-
-// ReadTpm2DeviceValue derives this device's TPM value: HMAC-SHA256 of a
-// fixed domain label under a deterministic keyed-hash primary of the owner
+// ReadTpm2DeviceValue derives this device's TPM value: HMAC-SHA256 of a fixed
+// domain label under a deterministic keyed-hash primary of the owner
 // hierarchy. TCTI from $ZEL_TPM2_TCTI or "device:/dev/tpmrm0".
 SourceResult ReadTpm2DeviceValue(DeviceValue& out);
 
