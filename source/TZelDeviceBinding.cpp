@@ -9,6 +9,7 @@
 #include "TZelKeyStore.h"
 #include "TZelSecureStore.h"
 #include "ZelDeviceBinding.h"
+#include "ZelKeyChainGuard.h"
 #include "item_context.h"
 #include "sealed_item.h"
 #include "zelLogging.h"
@@ -80,6 +81,9 @@ bool TZelDeviceBinding::MigrateUnboundItems(TZelMigrationCounts& counts) {
     return false;
   }
   for (const std::string& file : files) {
+    // Locked as the key store locks the keychain of the file, which also
+    // finishes a change that a dead writer left.
+    const ZelKeyChainGuard guard(dir, {HevoFileUtils::GetFileBaseName(file)});
     switch (MigrateFile(store, dir + "/" + file)) {
       case Outcome::kMigrated: ++counts.migrated; break;
       case Outcome::kAlreadyBound: ++counts.alreadyBound; break;

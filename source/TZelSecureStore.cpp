@@ -2,6 +2,7 @@
 #include "TZelSecureStore.h"
 
 #include "TZelSecureStoreCrypto.h"
+#include "ZelSecureStoreItems.h"
 #include "item_context.h"
 
 TZelSecureStore& TZelSecureStore::GetInstance() {
@@ -23,10 +24,13 @@ bool TZelSecureStore::Load(const std::string& path, THevoBlob& out) {
 }
 
 bool TZelSecureStore::Store(const std::string& path, const THevoBlob& in) {
-  if (in.GetContainer().size() > MAX_ITEM_SIZE) return false;
   THevoBlob cipherText;
+  return ZelEncryptItem(*this, path, in, cipherText) && cipherText.Store(path);
+}
+
+bool ZelEncryptItem(TZelSecureStore& store, const std::string& path,
+                    const THevoBlob& in, THevoBlob& out) {
+  if (in.GetContainer().size() > TZelSecureStore::MAX_ITEM_SIZE) return false;
   const ZelItemContext context(path);  // the item file the cipher works for
-  bool ok = Encrypt(in, cipherText);
-  if (ok) ok = cipherText.Store(path);
-  return ok;
+  return store.Encrypt(in, out);
 }

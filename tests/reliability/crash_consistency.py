@@ -40,8 +40,8 @@ the one the key store defines (store: its last item's; erase: all items').
 --host-secret: TOOL is a host-bound build. Its host secret lives in the
 test's directory ($ZEL_HOST_SECRET is ROOT/secret/host.secret), so that the
 first store's creation of it is traced and crashed like the items, and
-every crash state that holds an item file must also load it: no crash
-leaves an item whose secret is gone.
+no crash state may make a load refuse an item file for its binding: no
+crash leaves an item whose secret is gone.
 
 What must hold, per item of the sample keychain: during the operation it is
 exactly its value before or after (an old item never disappears during a
@@ -68,6 +68,7 @@ SCENARIOS = [
 ALL_SUBSETS_UP_TO = 10
 SAMPLED_SUBSETS = 1024
 TEMP_PREFIX = ".hevo-tmp-"
+LOCK_FILE = ".hevo-tmp-lock"
 # Calls that change a file system but that the model does not know: a trace
 # with one of them under the storage directory is refused.
 UNMODELLED = {"creat", "truncate", "ftruncate", "fallocate", "pwrite64", "pwritev",
@@ -110,8 +111,11 @@ def held(tool, root):
 
 
 def temporaries(root):
+    """What a store or erase left under the temporaries' prefix: its
+    writer's temporaries and unfinished changes. The lock file stays."""
     dir_ = os.path.join(root, "storage", "zel_keystore")
-    return [n for n in os.listdir(dir_) if n.startswith(TEMP_PREFIX)] if os.path.isdir(dir_) else []
+    names = os.listdir(dir_) if os.path.isdir(dir_) else []
+    return [n for n in names if n.startswith(TEMP_PREFIX) and n != LOCK_FILE]
 
 
 # --- the trace --------------------------------------------------------------
@@ -276,6 +280,9 @@ def model(calls, start, returned_at):
     def move(src, dst):
         inode = live.pop(src)
         live[dst] = inode
+        # A directory takes what it holds along.
+        for path in [p for p in live if p.startswith(src + b"/")]:
+            live[dst + path[len(src):]] = live.pop(path)
         src_dir, dst_dir = live[os.path.dirname(src)], live[os.path.dirname(dst)]
         new_op(("rename", src_dir, os.path.basename(src), dst_dir, os.path.basename(dst), inode),
                [src_dir, dst_dir])
@@ -347,18 +354,26 @@ def crash_trees(start, ops, durable, returned_at_op):
 # --- the checks -------------------------------------------------------------
 
 def violations(values, thrown, allowed):
+    """Per item: each holds one of the |allowed| versions."""
     if thrown:
         return ["load " + thrown]
     return ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
 
 
-def unreadable_item_files(tree, values):
-    """The item files that |tree| holds but a load did not give back."""
-    prefix = b"storage/zel_keystore/dev"
-    present = {path[len(prefix):].decode() for path, data in tree
-               if path.startswith(prefix) and data is not None}
-    return ["%s has its file but does not load" % i for i in sorted(present)
-            if values.get(i, "missing") == "missing"]
+def keychain_violations(values, thrown, allowed):
+    """The keychain as a whole: every item holds the same one of the
+    |allowed| versions."""
+    if thrown:
+        return ["load " + thrown]
+    if len(set(values.values())) == 1 and set(values.values()) <= allowed:
+        return []
+    return ["the keychain holds " + ", ".join("%s %s" % item for item in sorted(values.items()))]
+
+
+def binding_refusals(tool, root):
+    """The lines by which a fresh load of |root| refuses a bound item file."""
+    logged = tool_run(tool, root, ["load"]).stderr.decode(errors="replace")
+    return ["load: " + line for line in logged.splitlines() if "[ZelDeviceBinding]" in line]
 
 
 def check_crash_states(tool, work, scenario):
@@ -381,9 +396,9 @@ def check_crash_states(tool, work, scenario):
             continue
         build(tree, image)
         values, thrown = held(tool, image)
-        seen[key] = violations(values, thrown, {after} if returned else {before, after})
+        seen[key] = keychain_violations(values, thrown, {after} if returned else {before, after})
         if HOST_SECRET:
-            seen[key] += unreadable_item_files(tree, values)
+            seen[key] += binding_refusals(tool, image)
         if seen[key]:
             problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
                 point, len(ops), " (the call had returned true)" if returned else "",
@@ -420,14 +435,14 @@ def check_calls(tool, work, scenario, what):
             continue
         values, thrown = held(tool, root)
         if what == "signal=KILL":
-            found = violations(values, thrown, {before, after})
+            found = keychain_violations(values, thrown, {before, after})
             if done.returncode != -9:
                 found.append("not killed: exit %d" % done.returncode)
             next_store = tool_run(tool, root, ["store", "new"])
             values, thrown = held(tool, root)
             if next_store.stdout != b"returned 1\n" or temporaries(root):
                 found.append("the next store left %s" % temporaries(root))
-            found += violations(values, thrown, {"new"})
+            found += keychain_violations(values, thrown, {"new"})
         else:
             failed = set(re.findall(r"for '(.*)'\.", done.stderr.decode()))
             found = violations({i: v for i, v in values.items() if i not in failed}, thrown, {after})

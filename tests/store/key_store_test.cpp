@@ -141,6 +141,23 @@ TEST_F(KeyStoreTest, LoadKeepsItemsInMemoryAndLogsUnreadableFiles) {
   EXPECT_EQ(records[1], Error("[TZelKeyStore] Can't load/decrypt keychain data from '%s'.", dir_ + "/k.bad"));
 }
 
+// A directory that cannot be listed (missing, or a file in its place) gives
+// a load that logs nothing at all, not even its trace, and keeps what the
+// keychain held.
+TEST_F(KeyStoreTest, LoadFromADirectoryThatCannotBeListedLogsNothing) {
+  ASSERT_EQ(rmdir(dir_.c_str()), 0);
+  for (const bool file_in_its_place : {false, true}) {
+    if (file_in_its_place) WriteFile(dir_, "not a directory");
+    for (const Items& held : {Items{}, Items{{".held", kValue}}}) {
+      TZelKeyChain chain = Chain("k", held);
+      TakeLogRecords();
+      EXPECT_EQ(store_->LoadKeyChain(chain), !held.empty());
+      EXPECT_EQ(ItemsOf(chain), held);
+      EXPECT_TRUE(TakeLogRecords().empty()) << file_in_its_place;
+    }
+  }
+}
+
 TEST_F(KeyStoreTest, EraseRemovesOnlyHeldItemsAndAlwaysEmpties) {
   ASSERT_TRUE(store_->StoreKeyChain(Chain("e", {{".kept", kValue}, {".gone", kValue}})));
   TZelKeyChain chain = Chain("e", {{".gone", kValue}, {".never-stored", kValue}});
