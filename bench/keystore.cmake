@@ -9,3 +9,19 @@ file(SIZE "${ZEL_EGSK_FILE}" ZEL_STORE_KEY_BYTES)
 target_compile_definitions(zel_keystore_bench PRIVATE
   ZEL_STORE_KEY_BYTES=${ZEL_STORE_KEY_BYTES})
 zel_set_warnings(zel_keystore_bench)
+
+# The same keychains through a host-bound build of the library
+# (ZEL_DEVICE_BINDING=host), reported beside the unbound figures: a driver
+# module linked against that build, which the benchmark loads with
+# RTLD_DEEPBIND so that its library's classes do not meet the unbound
+# library's classes of the same names.
+zel_add_store_library(zel_secure_store_bench_host ${ZEL_EGSK_FILE} ${ZEL_UID_FILE} BINDING host)
+add_library(zel_keystore_bound_driver MODULE keystore_bound_driver.cpp
+            ${PROJECT_SOURCE_DIR}/tests/shared/sample_keychain.cpp)
+target_link_libraries(zel_keystore_bound_driver PRIVATE zel_secure_store_bench_host)
+target_include_directories(zel_keystore_bound_driver PRIVATE ${PROJECT_SOURCE_DIR}/tests/shared)
+zel_set_warnings(zel_keystore_bound_driver)
+add_dependencies(zel_keystore_bench zel_keystore_bound_driver)
+target_link_libraries(zel_keystore_bench PRIVATE ${CMAKE_DL_LIBS})
+target_compile_definitions(zel_keystore_bench PRIVATE
+  ZEL_BOUND_DRIVER="$<TARGET_FILE:zel_keystore_bound_driver>")

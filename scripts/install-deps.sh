@@ -21,6 +21,33 @@ case "${1:-all}" in
   *) echo "usage: $0 [example|all]" >&2; exit 2 ;;
 esac
 
+# fetch_i386_libcrypto: the bound 32-bit tests (preset i386-binding) load
+# Debian's i386 libcrypto at run time, from I386_LIBCRYPTO_DIR. It is
+# unpacked there, not installed: dpkg installs an i386 libssl3 beside the
+# amd64 one only at exactly the same version, which the mirror does not
+# always offer. apt fetches it with lists of its own, leaving the system's
+# architectures and lists alone.
+I386_LIBCRYPTO_DIR=/var/cache/zel_secure_store/i386-libcrypto
+fetch_i386_libcrypto() {
+  [ -e "${I386_LIBCRYPTO_DIR}/libcrypto.so.3" ] && return 0
+  echo "Fetching Debian's i386 libcrypto into ${I386_LIBCRYPTO_DIR}"
+  local work
+  work=$(mktemp -d)
+  chmod 755 "$work"  # apt downloads as its own user
+  local apt=(apt-get -q -o APT::Sandbox::User=root -o APT::Architecture=i386 -o APT::Architectures::=i386
+             -o Dir::State::status=/dev/null -o Dir::State::Lists="$work/lists"
+             -o Dir::Cache="$work/cache")
+  mkdir -p "$work/lists/partial" "$work/cache/archives/partial"
+  # An index that fails to download (a mirror being synced) is not fatal
+  # while another one holds the package.
+  "${apt[@]}" update >"$work/update.log" 2>&1 || cat "$work/update.log" >&2
+  (cd "$work" && "${apt[@]}" download libssl3 >/dev/null)
+  dpkg-deb -x "$work"/libssl3_*_i386.deb "$work/root"
+  mkdir -p "${I386_LIBCRYPTO_DIR}"
+  cp "$work"/root/usr/lib/i386-linux-gnu/libcrypto.so.3 "${I386_LIBCRYPTO_DIR}/"
+  rm -rf "$work"
+}
+
 missing=()
 for package in "${wanted[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
@@ -28,6 +55,7 @@ for package in "${wanted[@]}"; do
   fi
 done
 if [ "${#missing[@]}" -eq 0 ]; then
+  if [ "${1:-all}" = all ]; then fetch_i386_libcrypto; fi
   exit 0
 fi
 
@@ -39,3 +67,4 @@ fi
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
 apt-get install -y -qq --no-install-recommends "${missing[@]}"
+if [ "${1:-all}" = all ]; then fetch_i386_libcrypto; fi

@@ -13,6 +13,11 @@
 # any exit. Prints one line per mutant: killed, killed (build), SURVIVED or
 # "did not apply". Exits non-zero when a mutant survived.
 #
+# The device binding has mutants of its own, run in a bound build:
+#   ZEL_MUTANTS=scripts/mutants-binding.tsv \
+#   ZEL_MUTANT_CMAKE_ARGS=-DZEL_DEVICE_BINDING=host \
+#   scripts/mutant-check.sh build/mutants-binding -L binding
+#
 # A developer tool: slow (one rebuild and test run per mutant), not run in
 # CI.
 set -euo pipefail
@@ -25,7 +30,7 @@ if [ "${#ctest_args[@]}" -eq 0 ]; then ctest_args=(-LE audit); fi
 
 if [ ! -f "$build/CMakeCache.txt" ]; then
   cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DZEL_WARNINGS_AS_ERRORS=OFF -DZEL_BUILD_EXAMPLES=OFF >/dev/null
+    -DZEL_WARNINGS_AS_ERRORS=OFF -DZEL_BUILD_EXAMPLES=OFF ${ZEL_MUTANT_CMAKE_ARGS:-} >/dev/null
 fi
 cmake --build "$build" -j2 >/dev/null
 
@@ -57,7 +62,7 @@ while IFS=$'\t' read -r id path substitution; do
   fi
   restore
   printf '%-34s %s\n' "$id" "$result"
-done < scripts/mutants.tsv
+done < "${ZEL_MUTANTS:-scripts/mutants.tsv}"
 
 # Leave the build directory matching the unchanged sources.
 cmake --build "$build" -j2 >/dev/null

@@ -6,6 +6,8 @@
 #     are built for this host, and its tests run natively or, where this
 #     host cannot run 32-bit programs, through qemu-user
 #   - x86_64 with AddressSanitizer and UndefinedBehaviorSanitizer
+#   - the device binding (ZEL_DEVICE_BINDING), x86_64 and i386: the bound
+#     libraries of every mode and the binding's tests
 #   - a consumer built against the installed tree (CMake package and
 #     pkg-config)
 #   - a libFuzzer run of 60 s over the item-file reader
@@ -27,6 +29,8 @@ run_preset default
 run_preset reference
 run_preset i386
 run_preset asan
+run_preset binding
+run_preset i386-binding
 bash scripts/check-install.sh build/default
 bash scripts/fuzz-short.sh 60
 echo "=== benchmarks: build only (run them with the bench preset)"

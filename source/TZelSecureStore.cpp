@@ -3,6 +3,7 @@
 
 #include "TZelSecureStoreCrypto.h"
 #include "ZelSecureStoreItems.h"
+#include "item_context.h"
 
 TZelSecureStore& TZelSecureStore::GetInstance() {
   static TZelSecureStoreCrypto instance;
@@ -18,6 +19,7 @@ bool TZelSecureStore::Load(const std::string& path, THevoBlob& out) {
   // Decrypted in place: |out| takes the ciphertext's buffer, and its old
   // bytes go to |cipherText|, which wipes them.
   out.GetContainer().swap(cipherText.GetContainer());
+  const ZelItemContext context(path);
   return Decrypt(out, out);
 }
 
@@ -26,8 +28,9 @@ bool TZelSecureStore::Store(const std::string& path, const THevoBlob& in) {
   return ZelEncryptItem(*this, path, in, cipherText) && cipherText.Store(path);
 }
 
-bool ZelEncryptItem(TZelSecureStore& store, const std::string& /*path*/,
+bool ZelEncryptItem(TZelSecureStore& store, const std::string& path,
                     const THevoBlob& in, THevoBlob& out) {
   if (in.GetContainer().size() > TZelSecureStore::MAX_ITEM_SIZE) return false;
+  const ZelItemContext context(path);  // the item file the cipher works for
   return store.Encrypt(in, out);
 }

@@ -2,7 +2,7 @@
 """crash_consistency.py: the key store under power loss, kills and failing
 system calls, driven by a trace of its own file-system calls.
 
-    crash_consistency.py crash-states|killed-calls|failing-calls [EMULATOR...] TOOL
+    crash_consistency.py [--host-secret] crash-states|killed-calls|failing-calls [EMULATOR...] TOOL
 
 TOOL is zel_keychain_tool, run through EMULATOR (qemu-user and its
 arguments) when one is given. qemu-user makes each of the tool's
@@ -37,6 +37,12 @@ failing-calls: each traced call in turn fails with EIO; the items the
 store or erase reported (by log line) as failed hold their old or new
 value, all others their new one, no temporary is left, and the result is
 the one the key store defines (store: its last item's; erase: all items').
+
+--host-secret: TOOL is a host-bound build. Its host secret lives in the
+test's directory ($ZEL_HOST_SECRET is ROOT/secret/host.secret), so that the
+first store's creation of it is traced and crashed like the items, and
+no crash state may make a load refuse an item file for its binding: no
+crash leaves an item whose secret is gone.
 
 What must hold, for the keychain as a whole: during the operation a load
 finds exactly the keychain before or the keychain after, never a mix of
@@ -87,6 +93,8 @@ UNMODELLED = {"creat", "truncate", "ftruncate", "fallocate", "pwrite64", "pwrite
 # Calls whose string arguments are data, not paths.
 DATA_CALLS = {"read", "write", "pread64", "pwrite64", "readv", "writev"}
 NO_LEAK_CHECK = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")  # not under ptrace
+HOST_SECRET = False  # --host-secret
+SECRET_FILE = os.path.join("secret", "host.secret")
 
 
 def run(args, env=None):
@@ -97,8 +105,10 @@ def tool_run(tool, root, args, strace=()):
     """Runs the tool on the persistent-storage path |root|/storage: a first
     store creates that directory and the key-store directory in it."""
     command = [*tool, os.path.join(root, "storage"), *args]
-    return run(["strace", *strace, *command] if strace else command,
-               NO_LEAK_CHECK if strace else None)
+    env = NO_LEAK_CHECK if strace else None
+    if HOST_SECRET:
+        env = dict(env or os.environ, ZEL_HOST_SECRET=os.path.join(root, SECRET_FILE))
+    return run(["strace", *strace, *command] if strace else command, env)
 
 
 def prepare(tool, root, setup):
@@ -257,6 +267,8 @@ def build(tree, root):
         else:
             with open(full, "wb") as f:
                 f.write(data)
+            if HOST_SECRET and path == SECRET_FILE.encode():
+                os.chmod(full, 0o400)  # as its creator made it
 
 
 def model(calls, start, returned_at):
@@ -375,6 +387,12 @@ def keychain_violations(values, thrown, allowed):
     return ["the keychain holds " + ", ".join("%s %s" % item for item in sorted(values.items()))]
 
 
+def binding_refusals(tool, root):
+    """The lines by which a fresh load of |root| refuses a bound item file."""
+    logged = tool_run(tool, root, ["load"]).stderr.decode(errors="replace")
+    return ["load: " + line for line in logged.splitlines() if "[ZelDeviceBinding]" in line]
+
+
 def check_crash_states(tool, work, scenario):
     name, setup, args, before, after, _ = scenario
     root, image = os.path.join(work, "root"), os.path.join(work, "image")
@@ -396,6 +414,8 @@ def check_crash_states(tool, work, scenario):
         build(tree, image)
         values, thrown = held(tool, image)
         seen[key] = keychain_violations(values, thrown, [after] if returned else [before, after])
+        if HOST_SECRET:
+            seen[key] += binding_refusals(tool, image)
         if seen[key]:
             problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
                 point, len(ops), " (the call had returned true)" if returned else "",
@@ -455,6 +475,10 @@ def check_calls(tool, work, scenario, what):
 
 
 def main():
+    global HOST_SECRET
+    if len(sys.argv) > 1 and sys.argv[1] == "--host-secret":
+        HOST_SECRET = True
+        del sys.argv[1]
     if len(sys.argv) < 3 or sys.argv[1] not in ("crash-states", "killed-calls", "failing-calls"):
         sys.exit(__doc__)
     check, tool = sys.argv[1], sys.argv[2:-1] + [os.path.abspath(sys.argv[-1])]
