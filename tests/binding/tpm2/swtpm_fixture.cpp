@@ -9,10 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -60,15 +62,18 @@ bool Swtpm::Start() {
   // The swtpm TCTI finds the control socket beside the server's, as ".ctrl".
   const std::string control = "type=unixio,path=" + dir_ + "/s.ctrl";
   const std::string state = "dir=" + dir_ + "/state";
+  // Log level 20 writes every command and response in hex (see Traffic).
+  const std::string log = "file=" + dir_ + "/swtpm.log,level=20";
   std::vector<const char*> argv = {"swtpm", "socket", "--tpm2", "--server", server.c_str(),
                                    "--ctrl", control.c_str(), "--tpmstate", state.c_str(),
+                                   "--log", log.c_str(),
                                    "--flags", "not-need-init,startup-clear", nullptr};
   pid_ = fork();
   if (pid_ == 0) {
     // Its chatter ("Data client disconnected") goes to a file.
-    const int log = open((dir_ + "/swtpm.log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    dup2(log, STDOUT_FILENO);
-    dup2(log, STDERR_FILENO);
+    const int chatter = open((dir_ + "/swtpm.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    dup2(chatter, STDOUT_FILENO);
+    dup2(chatter, STDERR_FILENO);
     execvp(argv[0], const_cast<char* const*>(argv.data()));
     _exit(127);
   }
@@ -98,6 +103,16 @@ std::string Swtpm::Tool(const std::string& command, const std::string& arguments
   const int status = pclose(pipe);
   if (status != 0) return "<failed: " + line + ": " + output + ">";
   return output;
+}
+
+std::string Swtpm::Traffic() const {
+  std::ifstream log(dir_ + "/swtpm.log");
+  std::string traffic, token;
+  while (log >> token)
+    if (token.size() == 2 && std::isxdigit(static_cast<unsigned char>(token[0])) &&
+        std::isxdigit(static_cast<unsigned char>(token[1])))
+      traffic += token;
+  return traffic;
 }
 
 std::string Swtpm::HeldHandles() const {

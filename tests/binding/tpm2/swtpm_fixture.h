@@ -36,6 +36,9 @@ class Swtpm {
   // Tool runs "|command| -T <tcti> |arguments|" (a tpm2-tools command) and
   // returns its standard output, or "<failed: ...>" when it exits non-zero.
   std::string Tool(const std::string& command, const std::string& arguments = "") const;
+  // Traffic is every byte that crossed the socket to and from the TPM so
+  // far, in upper-case hex, from swtpm's log.
+  std::string Traffic() const;
   // HeldHandles lists the transient objects and the sessions the TPM holds
   // ("" when none).
   std::string HeldHandles() const;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -29,16 +30,26 @@ struct Reading {
   std::string hex;
 };
 
+// Hex: |size| bytes in lower-case hex, as tpm2-tools prints them.
+std::string Hex(const void* data, size_t size) {
+  std::string hex;
+  char byte[3];
+  for (size_t i = 0; i < size; ++i) {
+    std::snprintf(byte, sizeof(byte), "%02x", static_cast<const uint8_t*>(data)[i]);
+    hex += byte;
+  }
+  return hex;
+}
+
+std::string Upper(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), ::toupper);
+  return text;
+}
+
 Reading Read() {
   DeviceValue value;
   const SourceResult result = ReadTpm2DeviceValue(value);
-  Reading reading{result.status, result.reason, ""};
-  char byte[3];
-  for (size_t i = 0; i < DeviceValue::kSize; ++i) {
-    std::snprintf(byte, sizeof(byte), "%02x", value.data()[i]);
-    reading.hex += byte;
-  }
-  return reading;
+  return {result.status, result.reason, Hex(value.data(), DeviceValue::kSize)};
 }
 
 bool Tss2Installed() {
@@ -104,6 +115,17 @@ TEST_F(Tpm2DeviceValueTest, ValueIsTheHmacOfTheLabelByTheDeviceKey) {
       tpm.Tool("tpm2_hmac", "-c " + tpm.dir() + "/key.ctx -g sha256 --hex " + tpm.dir() + "/label");
   tpm.Tool("tpm2_flushcontext", "-t");
   EXPECT_EQ(ReadValue(tpm), expected);
+}
+
+TEST_F(Tpm2DeviceValueTest, ValueCrossesTheBusEncrypted) {
+  Swtpm tpm;
+  ASSERT_TRUE(tpm.Start());
+  const std::string value = Upper(ReadValue(tpm));
+  const std::string traffic = tpm.Traffic();
+  EXPECT_EQ(traffic.find(value.substr(0, 16)), std::string::npos);
+  // The label goes in clear: the log holds the traffic.
+  const std::string label = zel_binding::kDeviceValueLabel;
+  EXPECT_NE(traffic.find(Upper(Hex(label.data(), label.size()))), std::string::npos);
 }
 
 TEST_F(Tpm2DeviceValueTest, AnotherTpmOrAClearedOneGivesAnotherValue) {
