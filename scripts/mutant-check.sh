@@ -4,7 +4,8 @@
 #
 #   scripts/mutant-check.sh [build-dir] [ctest arguments...]
 #
-# Each line of scripts/mutants.tsv is "id<TAB>path<TAB>perl substitution".
+# Each line of scripts/mutants.tsv (or of the file in $ZEL_MUTANTS) is
+# "id<TAB>path<TAB>perl substitution".
 # For each mutant the file is saved, the substitution is applied with
 # `perl -0pi -e`, the dedicated build directory (default build/mutants,
 # white-box core, warnings not fatal) is rebuilt incrementally and ctest
@@ -12,6 +13,10 @@
 # ctest arguments to choose). The file is restored after each mutant and on
 # any exit. Prints one line per mutant: killed, killed (build), SURVIVED or
 # "did not apply". Exits non-zero when a mutant survived.
+#
+# The TPM 2.0 device value's mutants need a build that has it (the tpm2
+# preset) and only its tests:
+#   ZEL_MUTANTS=scripts/mutants-tpm2.tsv scripts/mutant-check.sh build/tpm2 -L binding
 #
 # A developer tool: slow (one rebuild and test run per mutant), not run in
 # CI.
@@ -57,7 +62,7 @@ while IFS=$'\t' read -r id path substitution; do
   fi
   restore
   printf '%-34s %s\n' "$id" "$result"
-done < scripts/mutants.tsv
+done < "${ZEL_MUTANTS:-scripts/mutants.tsv}"
 
 # Leave the build directory matching the unchanged sources.
 cmake --build "$build" -j2 >/dev/null

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -105,14 +106,27 @@ std::string Swtpm::Tool(const std::string& command, const std::string& arguments
   return output;
 }
 
-std::string Swtpm::Traffic() const {
+std::vector<std::string> Swtpm::Messages() const {
+  // Each message is a title line ("SWTPM_IO_Read: length 22") and lines
+  // of hex bytes.
   std::ifstream log(dir_ + "/swtpm.log");
-  std::string traffic, token;
-  while (log >> token)
-    if (token.size() == 2 && std::isxdigit(static_cast<unsigned char>(token[0])) &&
-        std::isxdigit(static_cast<unsigned char>(token[1])))
-      traffic += token;
-  return traffic;
+  std::vector<std::string> messages;
+  std::string line, token;
+  while (std::getline(log, line)) {
+    std::istringstream tokens(line);
+    std::string bytes;
+    bool hex = true;
+    while (hex && tokens >> token) {
+      hex = token.size() == 2 && std::isxdigit(static_cast<unsigned char>(token[0])) &&
+            std::isxdigit(static_cast<unsigned char>(token[1]));
+      bytes += token;
+    }
+    if (!hex || messages.empty())
+      messages.emplace_back();
+    else
+      messages.back() += bytes;
+  }
+  return messages;
 }
 
 std::string Swtpm::HeldHandles() const {

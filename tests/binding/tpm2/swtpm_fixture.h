@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 // Swtpm owns a directory /tmp/zt-XXXXXX (AF_UNIX socket paths must stay
 // short) with the TPM's state; one Swtpm is one TPM, with its own seeds.
@@ -36,9 +37,9 @@ class Swtpm {
   // Tool runs "|command| -T <tcti> |arguments|" (a tpm2-tools command) and
   // returns its standard output, or "<failed: ...>" when it exits non-zero.
   std::string Tool(const std::string& command, const std::string& arguments = "") const;
-  // Traffic is every byte that crossed the socket to and from the TPM so
-  // far, in upper-case hex, from swtpm's log.
-  std::string Traffic() const;
+  // Messages: every command and response that crossed the socket so far,
+  // each in upper-case hex, from swtpm's log.
+  std::vector<std::string> Messages() const;
   // HeldHandles lists the transient objects and the sessions the TPM holds
   // ("" when none).
   std::string HeldHandles() const;

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "binding/tpm2/tpm2_device_value.h"
-#include "binding/tpm2/tpm2_templates.h"
 #include "binding/tpm2/tss2_library.h"
 #include "swtpm_fixture.h"
 
@@ -59,6 +58,7 @@ bool Tss2Installed() {
 }
 
 const std::string kZeros(2 * DeviceValue::kSize, '0');
+const std::string kLabel = "zel_secure_store device value v1";
 
 class Tpm2DeviceValueTest : public ::testing::Test {
  protected:
@@ -106,8 +106,9 @@ TEST_F(Tpm2DeviceValueTest, ValueIsTheHmacOfTheLabelByTheDeviceKey) {
   // tpm2-tools creates the key from the same template and signs the label.
   Swtpm tpm;
   ASSERT_TRUE(tpm.Start());
-  std::ofstream(tpm.dir() + "/unique") << zel_binding::kDeviceKeyUnique;
-  std::ofstream(tpm.dir() + "/label") << zel_binding::kDeviceValueLabel;
+  // Spelled out: they fix every device's value and must never change.
+  std::ofstream(tpm.dir() + "/unique") << "zel_secure_store tpm2 device key";
+  std::ofstream(tpm.dir() + "/label") << kLabel;
   tpm.Tool("tpm2_createprimary",
            "-C o -G hmac -g sha256 -a 'fixedtpm|fixedparent|sensitivedataorigin|userwithauth|"
            "sign|noda' -u - -c " + tpm.dir() + "/key.ctx < " + tpm.dir() + "/unique");
@@ -117,15 +118,25 @@ TEST_F(Tpm2DeviceValueTest, ValueIsTheHmacOfTheLabelByTheDeviceKey) {
   EXPECT_EQ(ReadValue(tpm), expected);
 }
 
-TEST_F(Tpm2DeviceValueTest, ValueCrossesTheBusEncrypted) {
+TEST_F(Tpm2DeviceValueTest, ValueCrossesTheBusEncryptedUnderASaltedSession) {
   Swtpm tpm;
   ASSERT_TRUE(tpm.Start());
   const std::string value = Upper(ReadValue(tpm));
-  const std::string traffic = tpm.Traffic();
-  EXPECT_EQ(traffic.find(value.substr(0, 16)), std::string::npos);
-  // The label goes in clear: the log holds the traffic.
-  const std::string label = zel_binding::kDeviceValueLabel;
-  EXPECT_NE(traffic.find(Upper(Hex(label.data(), label.size()))), std::string::npos);
+  bool label_seen = false, salted = false;
+  for (const std::string& message : tpm.Messages()) {
+    EXPECT_EQ(message.find(value.substr(0, 16)), std::string::npos) << message;
+    // The label goes in clear: the log holds the traffic.
+    label_seen |= message.find(Upper(Hex(kLabel.data(), kLabel.size()))) != std::string::npos;
+    // TPM2_StartAuthSession (0x176): tag, size, code, tpmKey, bind,
+    // nonceCaller, encryptedSalt. Salted: a key, and a salt encrypted to it.
+    if (message.size() > 40 && message.compare(12, 8, "00000176") == 0) {
+      const size_t nonce_size = std::stoul(message.substr(36, 4), nullptr, 16);
+      salted = message.compare(20, 8, "40000007") != 0 &&
+               message.compare(40 + 2 * nonce_size, 4, "0000") != 0;
+    }
+  }
+  EXPECT_TRUE(label_seen);
+  EXPECT_TRUE(salted);
 }
 
 TEST_F(Tpm2DeviceValueTest, AnotherTpmOrAClearedOneGivesAnotherValue) {
