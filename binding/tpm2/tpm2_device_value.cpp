@@ -66,9 +66,8 @@ TSS2_RC CreatePrimary(EsysConnection& tpm, ESYS_TR session, const TPM2B_PUBLIC& 
   const TPML_PCR_SELECTION no_pcrs = {};
   return RunWithRetries([&] {
     return tpm.tss2().CreatePrimary(tpm.context(), ESYS_TR_RH_OWNER, session, ESYS_TR_NONE,
-                                         ESYS_TR_NONE, &no_sensitive, &key_template,
-                                         &no_outside_info, &no_pcrs, key.out(), nullptr,
-                                         nullptr, nullptr, nullptr);
+                                    ESYS_TR_NONE, &no_sensitive, &key_template, &no_outside_info,
+                                    &no_pcrs, key.out(), nullptr, nullptr, nullptr, nullptr);
   });
 }
 
@@ -84,12 +83,12 @@ SourceResult StartSaltedSession(EsysConnection& tpm, TransientHandle& session) {
   const TPMT_SYM_DEF cipher = SessionCipher();
   rc = RunWithRetries([&] {
     return tss2.StartAuthSession(tpm.context(), salt_key.get(), ESYS_TR_NONE, ESYS_TR_NONE,
-                                      ESYS_TR_NONE, ESYS_TR_NONE, nullptr, TPM2_SE_HMAC, &cipher,
-                                      TPM2_ALG_SHA256, session.out());
+                                 ESYS_TR_NONE, ESYS_TR_NONE, nullptr, TPM2_SE_HMAC, &cipher,
+                                 TPM2_ALG_SHA256, session.out());
   });
   if (rc != TSS2_RC_SUCCESS) return DescribeFailure("TPM2_StartAuthSession", rc);
   rc = tss2.TRSess_SetAttributes(tpm.context(), session.get(),
-                                      TPMA_SESSION_CONTINUESESSION | TPMA_SESSION_ENCRYPT, 0xff);
+                                 TPMA_SESSION_CONTINUESESSION | TPMA_SESSION_ENCRYPT, 0xff);
   if (rc != TSS2_RC_SUCCESS) return DescribeFailure("Esys_TRSess_SetAttributes", rc);
   return {SourceStatus::kOk, std::string()};
 }
@@ -104,8 +103,8 @@ SourceResult SignLabel(EsysConnection& tpm, const TransientHandle& session, Devi
   const TPM2B_MAX_BUFFER message = DeviceValueMessage();
   EsysDigest mac(tss2);
   rc = RunWithRetries([&] {
-    return tss2.HMAC(tpm.context(), device_key.get(), session.get(), ESYS_TR_NONE,
-                          ESYS_TR_NONE, &message, TPM2_ALG_SHA256, mac.out());
+    return tss2.HMAC(tpm.context(), device_key.get(), session.get(), ESYS_TR_NONE, ESYS_TR_NONE,
+                     &message, TPM2_ALG_SHA256, mac.out());
   });
   if (rc != TSS2_RC_SUCCESS) return DescribeFailure("TPM2_HMAC", rc);
   WipeDecryptedResponse(tpm);

@@ -7,8 +7,8 @@ namespace zel_binding {
 namespace {
 
 constexpr TPMA_OBJECT kBoundKey = TPMA_OBJECT_FIXEDTPM | TPMA_OBJECT_FIXEDPARENT |
-                                  TPMA_OBJECT_SENSITIVEDATAORIGIN |
-                                  TPMA_OBJECT_USERWITHAUTH | TPMA_OBJECT_NODA;
+                                  TPMA_OBJECT_SENSITIVEDATAORIGIN | TPMA_OBJECT_USERWITHAUTH |
+                                  TPMA_OBJECT_NODA;
 
 static_assert(sizeof(kDeviceKeyUnique) - 1 <= sizeof(TPMU_HA::sha256),
               "the unique field holds at most a SHA-256 digest");

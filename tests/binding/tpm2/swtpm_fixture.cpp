@@ -63,12 +63,12 @@ bool Swtpm::Start() {
   // The swtpm TCTI finds the control socket beside the server's, as ".ctrl".
   const std::string control = "type=unixio,path=" + dir_ + "/s.ctrl";
   const std::string state = "dir=" + dir_ + "/state";
-  // Log level 20 writes every command and response in hex (see Traffic).
+  // Log level 20 writes every command and response in hex (see Messages).
   const std::string log = "file=" + dir_ + "/swtpm.log,level=20";
-  std::vector<const char*> argv = {"swtpm", "socket", "--tpm2", "--server", server.c_str(),
-                                   "--ctrl", control.c_str(), "--tpmstate", state.c_str(),
-                                   "--log", log.c_str(),
-                                   "--flags", "not-need-init,startup-clear", nullptr};
+  const std::vector<const char*> argv = {
+      "swtpm", "socket", "--tpm2", "--server", server.c_str(), "--ctrl", control.c_str(),
+      "--tpmstate", state.c_str(), "--log", log.c_str(), "--flags", "not-need-init,startup-clear",
+      nullptr};
   pid_ = fork();
   if (pid_ == 0) {
     // Its chatter ("Data client disconnected") goes to a file.

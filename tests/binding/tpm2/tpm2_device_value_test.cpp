@@ -93,7 +93,8 @@ TEST_F(Tpm2DeviceValueTest, SameTpmGivesSameValueAcrossRestarts) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(Read().hex, value);
     milliseconds.push_back(
-        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+            .count());
   }
   std::sort(milliseconds.begin(), milliseconds.end());
   std::printf("ReadTpm2DeviceValue against swtpm: %.1f ms (median of 5)\n", milliseconds[2]);
@@ -111,7 +112,8 @@ TEST_F(Tpm2DeviceValueTest, ValueIsTheHmacOfTheLabelByTheDeviceKey) {
   std::ofstream(tpm.dir() + "/label") << kLabel;
   tpm.Tool("tpm2_createprimary",
            "-C o -G hmac -g sha256 -a 'fixedtpm|fixedparent|sensitivedataorigin|userwithauth|"
-           "sign|noda' -u - -c " + tpm.dir() + "/key.ctx < " + tpm.dir() + "/unique");
+           "sign|noda' -u - -c " +
+               tpm.dir() + "/key.ctx < " + tpm.dir() + "/unique");
   const std::string expected =
       tpm.Tool("tpm2_hmac", "-c " + tpm.dir() + "/key.ctx -g sha256 --hex " + tpm.dir() + "/label");
   tpm.Tool("tpm2_flushcontext", "-t");

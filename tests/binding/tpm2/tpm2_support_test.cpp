@@ -96,8 +96,8 @@ TEST(Tpm2Retry, TransientWarningsAreRetriedABoundedNumberOfTimes) {
   };
   for (const auto& c : cases) {
     size_t calls = 0;
-    const TSS2_RC rc = RunWithRetries([&] { return c.answers[calls++]; },
-                                      {3, std::chrono::milliseconds(1)});
+    const TSS2_RC rc =
+        RunWithRetries([&] { return c.answers[calls++]; }, {3, std::chrono::milliseconds(1)});
     EXPECT_EQ(rc, c.result);
     EXPECT_EQ(calls, c.calls);
   }
