@@ -4,8 +4,7 @@
 #
 #   scripts/mutant-check.sh [build-dir] [ctest arguments...]
 #
-# Each line of scripts/mutants.tsv (or of the file in $ZEL_MUTANTS) is
-# "id<TAB>path<TAB>perl substitution".
+# Each line of scripts/mutants.tsv is "id<TAB>path<TAB>perl substitution".
 # For each mutant the file is saved, the substitution is applied with
 # `perl -0pi -e`, the dedicated build directory (default build/mutants,
 # white-box core, warnings not fatal) is rebuilt incrementally and ctest
@@ -14,9 +13,10 @@
 # any exit. Prints one line per mutant: killed, killed (build), SURVIVED or
 # "did not apply". Exits non-zero when a mutant survived.
 #
-# The TPM 2.0 device value's mutants need a build that has it (the tpm2
-# preset) and only its tests:
-#   ZEL_MUTANTS=scripts/mutants-tpm2.tsv scripts/mutant-check.sh build/tpm2 -L binding
+# The device binding has mutants of its own, run in a bound build:
+#   ZEL_MUTANTS=scripts/mutants-binding.tsv \
+#   ZEL_MUTANT_CMAKE_ARGS=-DZEL_DEVICE_BINDING=host \
+#   scripts/mutant-check.sh build/mutants-binding -L binding
 #
 # A developer tool: slow (one rebuild and test run per mutant), not run in
 # CI.
@@ -30,7 +30,7 @@ if [ "${#ctest_args[@]}" -eq 0 ]; then ctest_args=(-LE audit); fi
 
 if [ ! -f "$build/CMakeCache.txt" ]; then
   cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DZEL_WARNINGS_AS_ERRORS=OFF -DZEL_BUILD_EXAMPLES=OFF >/dev/null
+    -DZEL_WARNINGS_AS_ERRORS=OFF -DZEL_BUILD_EXAMPLES=OFF ${ZEL_MUTANT_CMAKE_ARGS:-} >/dev/null
 fi
 cmake --build "$build" -j2 >/dev/null
 
