@@ -10,10 +10,13 @@ packages_example=(cmake make g++ pkg-config)
 # tests where the kernel cannot run 32-bit programs), OpenSSL for the
 # benchmarks' baseline, Google Benchmark, clang for the fuzz target, strace
 # and python3 for the crash-consistency driver, util-linux for the mounts of
-# the reliability tests.
+# the reliability tests. The TPM 2.0 binding: the tpm2-tss headers (its
+# build), the tpm2-tss libraries it loads at run time with their device and
+# swtpm transports, swtpm as the tests' TPM and tpm2-tools to check on it.
 packages_all=("${packages_example[@]}" googletest nlohmann-json3-dev g++-multilib
   qemu-user libssl-dev libbenchmark-dev clang libclang-rt-dev strace python3
-  util-linux)
+  util-linux libtss2-dev libtss2-esys-3.0.2-0 libtss2-tctildr0 libtss2-sys1
+  libtss2-tcti-device0 libtss2-tcti-swtpm0 swtpm swtpm-tools tpm2-tools)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;
