@@ -52,6 +52,11 @@ const std::vector<CommandSpec>& Commands() {
        "usage: zel-keychain [--storage DIR] erase NAME\n"
        "Removes every item file of keychain NAME found in the key-store\n"
        "directory, damaged ones included, and names each file removed.\n"},
+      {"migrate", {}, 0, 0,
+       "usage: zel-keychain [--storage DIR] migrate\n"
+       "In a build bound to the device: rewrites every unbound item file that\n"
+       "this build decrypts as a file bound to this device, each crash-safely.\n"
+       "Loads never do this by themselves.\n"},
   };
   return commands;
 }
@@ -65,6 +70,7 @@ constexpr char kProgramUsage[] =
     "  get NAME ID [--out FILE]          write an item's bytes to a pipe or FILE\n"
     "  verify [NAME] [--json]            decrypt every item file, name damaged ones\n"
     "  erase NAME                        remove every item file of a keychain\n"
+    "  migrate                           bind unbound item files to this device\n"
     "\n"
     "ID is public-key, private-key, ca, cert, or a raw item id such as .pem.enc.\n"
     "  --storage DIR  the persistent-storage path (default: $HEVO_PERSISTENT_STORAGE);\n"

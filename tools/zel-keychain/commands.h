@@ -10,5 +10,6 @@ int RunList(const Invocation& invocation);
 int RunGet(const Invocation& invocation);
 int RunVerify(const Invocation& invocation);
 int RunErase(const Invocation& invocation);
+int RunMigrate(const Invocation& invocation);
 
 #endif  // ZEL_KEYCHAIN_COMMANDS_H

@@ -1,5 +1,6 @@
 // main.cpp: zel-keychain, the key store's command for the factory line
-// (store) and the field (list, get, verify, erase). See zel-keychain(1).
+// (store) and the field (list, get, verify, erase; migrate in a build bound
+// to the device). See zel-keychain(1).
 //
 // A target program, built and installed with the library and linked to it
 // through its public API only. --storage DIR stands for
@@ -19,6 +20,7 @@ int Run(const Invocation& invocation) {
   if (invocation.command == "list") return RunList(invocation);
   if (invocation.command == "get") return RunGet(invocation);
   if (invocation.command == "verify") return RunVerify(invocation);
+  if (invocation.command == "migrate") return RunMigrate(invocation);
   return RunErase(invocation);
 }
 
