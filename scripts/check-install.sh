@@ -2,8 +2,9 @@
 # check-install.sh BUILD_DIR: installs the build into a staging prefix and
 # builds and runs a tiny consumer against it twice: through the CMake package
 # and through pkg-config. Neither run sets LD_LIBRARY_PATH: the consumer finds
-# the library through its own rpath, and the library its dependencies
-# through theirs ($ORIGIN).
+# the library through its own run path (CMake's, or the one the .pc of a
+# prefix install adds), and the library its dependencies through theirs
+# ($ORIGIN).
 set -euo pipefail
 build_dir=$(realpath "$1")
 source_dir=$(realpath "$(dirname "$0")/..")
@@ -36,9 +37,11 @@ env -u LD_LIBRARY_PATH "$stage/consumer/consumer"
 
 export PKG_CONFIG_PATH="$pcdir"
 # With --as-needed the program does not need the logging library itself,
-# so that library must be found through the store library's RUNPATH.
+# so that library must be found through the store library's RUNPATH. The
+# program's own run path comes from the .pc alone.
 # shellcheck disable=SC2046
 g++ -std=c++17 "$source_dir/tests/consumer/consumer.cpp" -o "$stage/consumer-pc" \
-  -Wl,--as-needed $(pkg-config --cflags --libs zel_secure_store) \
-  -Wl,-rpath,"$libdir"
+  -Wl,--as-needed $(pkg-config --cflags --libs zel_secure_store)
+env -u LD_LIBRARY_PATH ldd "$stage/consumer-pc" | grep 'libzel_secure_store\.so' | grep -qF "$stage/" \
+  || { echo "FAIL: the .pc of a prefix install gives no run path to $libdir" >&2; exit 1; }
 env -u LD_LIBRARY_PATH "$stage/consumer-pc"

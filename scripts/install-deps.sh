@@ -13,10 +13,15 @@ packages_example=(cmake make g++ pkg-config)
 # the reliability tests. The TPM 2.0 binding: the tpm2-tss headers (its
 # build), the tpm2-tss libraries it loads at run time with their device and
 # swtpm transports, swtpm as the tests' TPM and tpm2-tools to check on it.
+# For the Debian packages: dpkg-dev (dpkg-shlibdeps), file (CPack sorts the
+# files with it), lintian, and the i386 C and C++ runtime, whose shlibs and
+# symbols files give the i386 packages their dependencies (the biarch lib32
+# copies would give wrong ones).
 packages_all=("${packages_example[@]}" googletest nlohmann-json3-dev g++-multilib
   qemu-user libssl-dev libbenchmark-dev clang libclang-rt-dev strace python3
   util-linux libtss2-dev libtss2-esys-3.0.2-0 libtss2-tctildr0 libtss2-sys1
-  libtss2-tcti-device0 libtss2-tcti-swtpm0 swtpm swtpm-tools tpm2-tools)
+  libtss2-tcti-device0 libtss2-tcti-swtpm0 swtpm swtpm-tools tpm2-tools
+  dpkg-dev file lintian libc6:i386 libgcc-s1:i386 libstdc++6:i386)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;
@@ -68,6 +73,17 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 export DEBIAN_FRONTEND=noninteractive
-apt-get update -qq
+for package in "${missing[@]}"; do
+  case $package in
+    *:i386)
+      if ! dpkg --print-foreign-architectures | grep -qx i386 \
+          && [ "$(dpkg --print-architecture)" != i386 ]; then
+        dpkg --add-architecture i386
+      fi ;;
+  esac
+done
+# A mirror that is half synchronised fails one index now and then; the
+# install below still fails if something it needs cannot be had.
+apt-get update -qq || echo "install-deps: apt-get update reported errors; installing anyway" >&2
 apt-get install -y -qq --no-install-recommends "${missing[@]}"
 if [ "${1:-all}" = all ]; then fetch_i386_libcrypto; fi

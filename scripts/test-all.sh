@@ -10,6 +10,9 @@
 #     libraries of every mode and the binding's tests
 #   - a consumer built against the installed tree (CMake package and
 #     pkg-config)
+#   - the Debian packages of the x86_64 and i386 trees: lintian, the
+#     consumer against the unpacked development package, and the amd64
+#     packages installed and purged
 #   - a libFuzzer run of 60 s over the item-file reader
 # Installs the Debian packages it needs first. Exits non-zero on any failure.
 set -euo pipefail
@@ -32,6 +35,7 @@ run_preset asan
 run_preset binding
 run_preset i386-binding
 bash scripts/check-install.sh build/default
+bash scripts/check-packages.sh build/default build/i386
 bash scripts/fuzz-short.sh 60
 echo "=== benchmarks: build only (run them with the bench preset)"
 cmake --preset bench >/dev/null
