@@ -10,10 +10,10 @@ packages_example=(cmake make g++ pkg-config)
 # tests where the kernel cannot run 32-bit programs), OpenSSL for the
 # benchmarks' baseline, Google Benchmark, clang for the fuzz target, strace
 # and python3 for the crash-consistency driver, util-linux for the mounts of
-# the reliability tests.
+# the reliability tests, the openssl command for the key check values.
 packages_all=("${packages_example[@]}" googletest nlohmann-json3-dev g++-multilib
   qemu-user libssl-dev libbenchmark-dev clang libclang-rt-dev strace python3
-  util-linux)
+  util-linux openssl)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;
