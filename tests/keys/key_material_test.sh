@@ -11,7 +11,8 @@
 #     check value, and a wrong IV length, each with its message (configure
 #     only, in one reused throwaway tree); a key set of its own configures;
 #   - the build's check step refuses a key set whose check value belongs to
-#     another seed (a product key with another product's seed and IV).
+#     another seed (a product key with another product's seed and IV), and
+#     the library's build runs it (seen in a dry run).
 set -euo pipefail
 egsk=$1 src=$2 work=$3
 rm -rf "$work"
@@ -79,7 +80,7 @@ expect 2 '^usage: zel-egsk' "$egsk" check --seed a/wb_seed.bin
 # Configure checks, one throwaway tree, every key option given each time.
 dev=$src/keys
 configure() {  # configure CORE SEED EGSK UID PRODUCT_BUILD
-  cmake -S "$src" -B tree -DZEL_BUILD_TESTS=OFF -DZEL_BUILD_EXAMPLES=OFF \
+  cmake -G "Unix Makefiles" -S "$src" -B tree -DZEL_BUILD_TESTS=OFF -DZEL_BUILD_EXAMPLES=OFF \
     -DZEL_WB_CORE="$1" -DZEL_WB_SEED_FILE="$2" -DZEL_EGSK_FILE="$3" \
     -DZEL_UID_FILE="$4" -DZEL_PRODUCT_BUILD="$5"
 }
@@ -112,6 +113,7 @@ expect 0 'Key material: product.*store key +[0-9a-f]{8} ' \
   configure whitebox b/wb_seed.bin a/egsk.bin b/uid.bin ON
 expect 2 'a/egsk.bin does not belong to the seed .*b/wb_seed.bin' \
   cmake --build tree --target zel_key_material_check -j2
+expect 0 'zel-egsk check --seed' cmake --build tree --target zel_secure_store -- -n
 
 [ "$failures" -eq 0 ] || { echo "$failures failures" >&2; exit 1; }
 echo "key material checks passed"
