@@ -12,7 +12,7 @@
 #     only, in one reused throwaway tree); a key set of its own configures;
 #   - the build's check step refuses a key set whose check value belongs to
 #     another seed (a product key with another product's seed and IV), and
-#     the library's build runs it (seen in a dry run).
+#     the library depends on it (CMake's dependency graph).
 set -euo pipefail
 egsk=$1 src=$2 work=$3
 rm -rf "$work"
@@ -113,7 +113,11 @@ expect 0 'Key material: product.*store key +[0-9a-f]{8} ' \
   configure whitebox b/wb_seed.bin a/egsk.bin b/uid.bin ON
 expect 2 'a/egsk.bin does not belong to the seed .*b/wb_seed.bin' \
   cmake --build tree --target zel_key_material_check -j2
-expect 0 'zel-egsk check --seed' cmake --build tree --target zel_secure_store -- -n
+echo 'set(GRAPHVIZ_CUSTOM_TARGETS TRUE)' >tree/CMakeGraphVizOptions.cmake
+mkdir graph
+expect 0 '' cmake --graphviz=graph/deps.dot tree
+grep -q '// zel_secure_store -> zel_key_material_check' graph/deps.dot.zel_secure_store ||
+  fail "the library does not depend on the key check"
 
 [ "$failures" -eq 0 ] || { echo "$failures failures" >&2; exit 1; }
 echo "key material checks passed"
