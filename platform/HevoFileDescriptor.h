@@ -20,6 +20,12 @@ class HevoFileDescriptor {
   // Release gives up ownership without closing.
   void Release() { fd_ = -1; }
 
+  // Reset closes the descriptor held, if any, and takes |fd|.
+  void Reset(int fd) {
+    if (fd_ >= 0) close(fd_);
+    fd_ = fd;
+  }
+
   // Close closes now and reports close's own result, which can carry a
   // delayed write error.
   bool Close() {

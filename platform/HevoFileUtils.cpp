@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "HevoFileDescriptor.h"
+#include "HevoFileIo.h"
 #include "HevoTempFiles.h"
 
 namespace HevoFileUtils {
@@ -37,11 +38,7 @@ std::string ParentOf(const std::string& path) {
 bool SyncDirectory(const std::string& dir) {
   HevoFileDescriptor dir_fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!dir_fd.IsOpen()) return false;
-  int result;
-  do {
-    result = fsync(dir_fd.Get());
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return HevoFileIo::SyncRetrying(dir_fd.Get());
 }
 
 bool IsRegularFileAt(int dir_fd, const dirent& entry) {

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <atomic>
+#include <cstring>
 #include <memory>
 
 #include "HevoFileDescriptor.h"
@@ -36,6 +37,12 @@ NameIs CompareName(int dir_fd, const char* name, int fd) {
 }
 
 }  // namespace
+
+bool IsWriterTemporaryName(const char* name) {
+  const size_t prefix = sizeof(kPrefix) - 1;
+  return std::strncmp(name, kPrefix, prefix) == 0 && name[prefix] >= '0' &&
+         name[prefix] <= '9';
+}
 
 std::string NewTemporaryName() {
   return std::string(kPrefix) + std::to_string(getpid()) + "-" +
@@ -86,7 +93,7 @@ void RemoveAbandoned(int dir_fd) {
     return;
   }
   while (const dirent* entry = readdir(stream.get())) {
-    if (!IsTemporaryName(entry->d_name)) continue;
+    if (!IsWriterTemporaryName(entry->d_name)) continue;
     const HevoFileDescriptor file(openat(
         dir_fd, entry->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     // Locked by us, it is abandoned; still under its name, it is the file

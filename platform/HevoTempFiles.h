@@ -11,6 +11,8 @@
 
 #include <string>
 
+#include "HevoExport.h"
+
 namespace HevoTempFiles {
 
 // kPrefix starts the name of every temporary; listings skip such names, and
@@ -23,6 +25,12 @@ constexpr const char kPrefix[] = ".hevo-tmp-";
 inline bool IsTemporaryName(const std::string& name) {
   return name.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0;
 }
+
+// IsWriterTemporaryName tells whether a bare name is the temporary of one
+// writer (see NewTemporaryName): the prefix, then digits. The key store
+// keeps other files of its own under the prefix (its lock file, the
+// directories of unfinished changes), which are not a writer's temporary.
+bool IsWriterTemporaryName(const char* name);
 
 // NewTemporaryName returns a bare name that no other live process uses:
 // the prefix, this process's id and a per-process counter. Its length does
@@ -41,10 +49,12 @@ std::string NewTemporaryName();
 // temporary it returns is locked and in place.
 int CreateLocked(int dir_fd, std::string& name);
 
-// RemoveAbandoned removes, from the directory |dir_fd|, the temporaries
-// whose writer no longer holds the lock (it was killed before it could
-// rename or remove its temporary). Best effort: failures are ignored.
-void RemoveAbandoned(int dir_fd);
+// RemoveAbandoned removes, from the directory |dir_fd|, the writers'
+// temporaries whose writer no longer holds the lock (it was killed before
+// it could rename or remove its temporary). Best effort: failures are
+// ignored. Exported for the key store, which writes a keychain's items
+// without THevoBlob::Store and cleans up after killed writers all the same.
+HEVO_EXPORT void RemoveAbandoned(int dir_fd);
 
 }  // namespace HevoTempFiles
 

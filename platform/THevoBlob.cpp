@@ -12,31 +12,11 @@
 #include <stdexcept>
 
 #include "HevoFileDescriptor.h"
+#include "HevoFileIo.h"
 #include "HevoTempFiles.h"
 #include "HevoWipe.h"
 
 namespace {
-
-bool WriteAll(int fd, const uint8_t* data, size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(fd, data, size);
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data += written;
-    size -= static_cast<size_t>(written);
-  }
-  return true;
-}
-
-bool SyncRetrying(int fd) {
-  int result;
-  do {
-    result = fsync(fd);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
-}
 
 // SplitPath splits |path| into its directory ("." when it has none) and its
 // last component.
@@ -160,12 +140,12 @@ bool THevoBlob::Store(const std::string& path) const {
   // before, for the write error that close can report.
   const HevoFileDescriptor holder(fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
   const std::vector<uint8_t>& bytes = GetContainer();
-  if (!holder.IsOpen() || !WriteAll(file.Get(), bytes.data(), bytes.size()) ||
-      !SyncRetrying(file.Get()) || !file.Close() ||
+  if (!holder.IsOpen() || !HevoFileIo::WriteAll(file.Get(), bytes.data(), bytes.size()) ||
+      !HevoFileIo::SyncRetrying(file.Get()) || !file.Close() ||
       renameat(dir_fd.Get(), temporary.c_str(), dir_fd.Get(), base.c_str()) != 0) {
     unlinkat(dir_fd.Get(), temporary.c_str(), 0);
     return false;
   }
   // The rename is durable only once the directory itself is synced.
-  return SyncRetrying(dir_fd.Get());
+  return HevoFileIo::SyncRetrying(dir_fd.Get());
 }

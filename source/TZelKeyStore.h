@@ -19,11 +19,17 @@
 // whose name breaks it. Names and ids often come from outside input (a
 // peer's or a device's identifier): this rule is what keeps them inside.
 //
+// A keychain changes as a whole: StoreKeyChain and EraseKeyChain commit
+// all its item files at once, so that a crash leaves them all old or all
+// new, and every call holds a kernel lock on the keychain's name, so that
+// processes that store and load one keychain at the same time never see a
+// mix (ZelKeyChainChange.h, ZelKeyChainLocks.h).
+//
 // Keychains are passed by reference and not kept. Failures are logged
 // (level 2) and summed up in the bool result as each operation states;
 // exceptions of the cipher layer (an item shorter than 16 bytes, a
-// malformed file) pass through. The key store holds no lock: callers
-// serialise operations on the same keychain.
+// malformed file) pass through. Within one process, callers serialise
+// their threads' calls: the store's cipher objects are shared.
 #ifndef TZEL_KEY_STORE_H
 #define TZEL_KEY_STORE_H
 

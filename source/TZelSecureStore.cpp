@@ -2,6 +2,7 @@
 #include "TZelSecureStore.h"
 
 #include "TZelSecureStoreCrypto.h"
+#include "ZelSecureStoreItems.h"
 
 TZelSecureStore& TZelSecureStore::GetInstance() {
   static TZelSecureStoreCrypto instance;
@@ -21,9 +22,12 @@ bool TZelSecureStore::Load(const std::string& path, THevoBlob& out) {
 }
 
 bool TZelSecureStore::Store(const std::string& path, const THevoBlob& in) {
-  if (in.GetContainer().size() > MAX_ITEM_SIZE) return false;
   THevoBlob cipherText;
-  bool ok = Encrypt(in, cipherText);
-  if (ok) ok = cipherText.Store(path);
-  return ok;
+  return ZelEncryptItem(*this, path, in, cipherText) && cipherText.Store(path);
+}
+
+bool ZelEncryptItem(TZelSecureStore& store, const std::string& /*path*/,
+                    const THevoBlob& in, THevoBlob& out) {
+  if (in.GetContainer().size() > TZelSecureStore::MAX_ITEM_SIZE) return false;
+  return store.Encrypt(in, out);
 }

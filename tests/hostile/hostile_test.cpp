@@ -1,7 +1,7 @@
 // Hostile input as an application may pass it on: keychain names and item
 // ids that try to leave the key-store directory or hit the temporaries, item
-// files that try to hang or exhaust a load, and freed memory that must not
-// keep an item's bytes.
+// files that try to hang or exhaust a load, freed memory that must not keep
+// an item's bytes, and log records that must not be forged or lost.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -9,8 +9,10 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -220,6 +222,45 @@ TEST(Hostile, RemoveSyncsTheDirectory) {
 TEST(Hostile, DefaultLoggerKeepsEachRecordOnOneLine) {
   EXPECT_EQ(Stderr([] { zelLogging_log(2, "[T] '%s'", "a\n<2> forged\x7f"); }),
             "<2> [T] 'a\\x0a<2> forged\\x7f'\n");
+}
+
+// The default logger reads its threshold once per process, so each row runs
+// in a child of this program that logs one record at each level 0 to 7: the
+// records up to the threshold, the threshold itself included, are written.
+TEST(Hostile, DefaultLoggerWritesRecordsUpToItsThreshold) {
+  if (std::getenv("ZEL_TEST_LOG_EACH_LEVEL")) {
+    for (int level = 0; level < 8; ++level) zelLogging_log(level, "level %d", level);
+    std::exit(0);
+  }
+  char self[4096] = {};
+  ASSERT_GT(readlink("/proc/self/exe", self, sizeof self - 1), 0);
+  const std::string filter =
+      "--gtest_filter=Hostile.DefaultLoggerWritesRecordsUpToItsThreshold";
+  const std::pair<const char*, int> rows[] = {{nullptr, 3}, {"6", 6}, {"0", 0}};
+  for (const auto& [setting, threshold] : rows) {
+    std::string want;
+    for (int level = 0; level <= threshold; ++level)
+      want += "<" + std::to_string(level) + "> level " + std::to_string(level) + "\n";
+    const std::string got = Stderr([&, setting = setting] {
+      const pid_t child = fork();
+      if (child == 0) {
+        setenv("ZEL_TEST_LOG_EACH_LEVEL", "1", 1);
+        setting ? setenv("ZEL_LOG_LEVEL", setting, 1) : unsetenv("ZEL_LOG_LEVEL");
+        // Through the build's emulator, if any, as CTest runs this program.
+        const std::string emulator = ZEL_TEST_EMULATOR;
+        if (emulator.empty())
+          execl(self, self, filter.c_str(), static_cast<char*>(nullptr));
+        else
+          execl(emulator.c_str(), emulator.c_str(), self, filter.c_str(),
+                static_cast<char*>(nullptr));
+        _exit(127);
+      }
+      int status = 0;
+      waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0);
+    });
+    EXPECT_EQ(got, want) << (setting ? setting : "(not set)");
+  }
 }
 
 }  // namespace

@@ -62,6 +62,7 @@ SCENARIOS = [
 ALL_SUBSETS_UP_TO = 10
 SAMPLED_SUBSETS = 1024
 TEMP_PREFIX = ".hevo-tmp-"
+LOCK_FILE = ".hevo-tmp-lock"
 # Calls that change a file system but that the model does not know: a trace
 # with one of them under the storage directory is refused.
 UNMODELLED = {"creat", "truncate", "ftruncate", "fallocate", "pwrite64", "pwritev",
@@ -100,8 +101,11 @@ def held(tool, root):
 
 
 def temporaries(root):
+    """What a store or erase left under the temporaries' prefix: its
+    writer's temporaries and unfinished changes. The lock file stays."""
     dir_ = os.path.join(root, "storage", "zel_keystore")
-    return [n for n in os.listdir(dir_) if n.startswith(TEMP_PREFIX)] if os.path.isdir(dir_) else []
+    names = os.listdir(dir_) if os.path.isdir(dir_) else []
+    return [n for n in names if n.startswith(TEMP_PREFIX) and n != LOCK_FILE]
 
 
 # --- the trace --------------------------------------------------------------
@@ -264,6 +268,9 @@ def model(calls, start, returned_at):
     def move(src, dst):
         inode = live.pop(src)
         live[dst] = inode
+        # A directory takes what it holds along.
+        for path in [p for p in live if p.startswith(src + b"/")]:
+            live[dst + path[len(src):]] = live.pop(path)
         src_dir, dst_dir = live[os.path.dirname(src)], live[os.path.dirname(dst)]
         new_op(("rename", src_dir, os.path.basename(src), dst_dir, os.path.basename(dst), inode),
                [src_dir, dst_dir])
@@ -335,9 +342,20 @@ def crash_trees(start, ops, durable, returned_at_op):
 # --- the checks -------------------------------------------------------------
 
 def violations(values, thrown, allowed):
+    """Per item: each holds one of the |allowed| versions."""
     if thrown:
         return ["load " + thrown]
     return ["%s holds %s" % (i, v) for i, v in sorted(values.items()) if v not in allowed]
+
+
+def keychain_violations(values, thrown, allowed):
+    """The keychain as a whole: every item holds the same one of the
+    |allowed| versions."""
+    if thrown:
+        return ["load " + thrown]
+    if len(set(values.values())) == 1 and set(values.values()) <= allowed:
+        return []
+    return ["the keychain holds " + ", ".join("%s %s" % item for item in sorted(values.items()))]
 
 
 def check_crash_states(tool, work, scenario):
@@ -360,7 +378,7 @@ def check_crash_states(tool, work, scenario):
             continue
         build(tree, image)
         values, thrown = held(tool, image)
-        seen[key] = violations(values, thrown, {after} if returned else {before, after})
+        seen[key] = keychain_violations(values, thrown, {after} if returned else {before, after})
         if seen[key]:
             problems.append("crash after %d of %d operations%s, dropping [%s]: %s" % (
                 point, len(ops), " (the call had returned true)" if returned else "",
@@ -397,14 +415,14 @@ def check_calls(tool, work, scenario, what):
             continue
         values, thrown = held(tool, root)
         if what == "signal=KILL":
-            found = violations(values, thrown, {before, after})
+            found = keychain_violations(values, thrown, {before, after})
             if done.returncode != -9:
                 found.append("not killed: exit %d" % done.returncode)
             next_store = tool_run(tool, root, ["store", "new"])
             values, thrown = held(tool, root)
             if next_store.stdout != b"returned 1\n" or temporaries(root):
                 found.append("the next store left %s" % temporaries(root))
-            found += violations(values, thrown, {"new"})
+            found += keychain_violations(values, thrown, {"new"})
         else:
             failed = set(re.findall(r"for '(.*)'\.", done.stderr.decode()))
             found = violations({i: v for i, v in values.items() if i not in failed}, thrown, {after})

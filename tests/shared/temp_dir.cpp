@@ -37,7 +37,7 @@ std::set<std::string> ListDir(const std::string& dir) {
   std::set<std::string> names;
   std::error_code error;
   for (fs::directory_iterator it(dir, error), end; !error && it != end; it.increment(error))
-    names.insert(it->path().filename().string());
+    if (it->path().filename() != ".hevo-tmp-lock") names.insert(it->path().filename().string());
   return names;
 }
 

@@ -26,7 +26,8 @@ class TempDir {
 std::string ReadFile(const std::string& path);
 // WriteFile creates or truncates the file with |bytes|.
 void WriteFile(const std::string& path, const std::string& bytes);
-// ListDir returns every name in |dir| (none if it cannot be listed).
+// ListDir returns every name in |dir| (none if it cannot be listed) but the
+// key store's lock file, which stays once made.
 std::set<std::string> ListDir(const std::string& dir);
 // FileMode returns the permission bits of |path|, 0 if it is missing.
 unsigned FileMode(const std::string& path);

@@ -70,6 +70,7 @@ TEST_F(KeyStoreTest, StoreLoadEraseRoundTripWithTraces) {
   ASSERT_TRUE(store_->StoreKeyChain(chain));
   EXPECT_EQ(ListDir(dir_), (std::set<std::string>{"device.ca.crt.enc", "device.crt.enc",
                                                    "device.key.enc", "device.pem.enc"}));
+  EXPECT_EQ(FileMode(dir_ + "/.hevo-tmp-lock"), 0600u);  // the lock file stays
   TZelKeyChain loaded("device");
   ASSERT_TRUE(store_->LoadKeyChain(loaded));
   EXPECT_EQ(ItemsOf(loaded), items);
@@ -139,6 +140,23 @@ TEST_F(KeyStoreTest, LoadKeepsItemsInMemoryAndLogsUnreadableFiles) {
   const auto records = KeyStoreRecords();
   ASSERT_EQ(records.size(), 2u);
   EXPECT_EQ(records[1], Error("[TZelKeyStore] Can't load/decrypt keychain data from '%s'.", dir_ + "/k.bad"));
+}
+
+// A directory that cannot be listed (missing, or a file in its place) gives
+// a load that logs nothing at all, not even its trace, and keeps what the
+// keychain held.
+TEST_F(KeyStoreTest, LoadFromADirectoryThatCannotBeListedLogsNothing) {
+  ASSERT_EQ(rmdir(dir_.c_str()), 0);
+  for (const bool file_in_its_place : {false, true}) {
+    if (file_in_its_place) WriteFile(dir_, "not a directory");
+    for (const Items& held : {Items{}, Items{{".held", kValue}}}) {
+      TZelKeyChain chain = Chain("k", held);
+      TakeLogRecords();
+      EXPECT_EQ(store_->LoadKeyChain(chain), !held.empty());
+      EXPECT_EQ(ItemsOf(chain), held);
+      EXPECT_TRUE(TakeLogRecords().empty()) << file_in_its_place;
+    }
+  }
 }
 
 TEST_F(KeyStoreTest, EraseRemovesOnlyHeldItemsAndAlwaysEmpties) {

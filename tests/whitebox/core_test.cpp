@@ -1,17 +1,19 @@
 // core_test.cpp: the white-box cores against the reference AES through the
 // wrappers' CBC steps (key-only and key-and-IV setups, a chain continued
-// over two calls, key changes and the same key set up again, decryption to
-// yellow and to blue, re-encryption of blue after decryption and back);
-// the majority vote: one corrupted byte anywhere in one copy's keyed
-// tables of either core, or a corrupted entry or table of one copy's key
-// schedule while a new key is set up, leaves every output correct;
-// zel-wb-generate run
-// again on the build's seed writes the build's sources byte for byte; and
-// zel-egsk wrap gives the form the key setups take, unwrap undoes it.
+// over two calls, key changes, also to a key that shares all but its last
+// byte or its first half with the held one, and the same key set up again;
+// decryption to yellow and to blue, re-encryption of blue after decryption
+// and back); the majority vote: one corrupted byte anywhere in one copy's
+// keyed tables of either core, or a corrupted entry or table of one copy's
+// key schedule while a new key is set up, leaves every output correct;
+// zel-wb-generate run again on the build's seed writes the build's sources
+// byte for byte; and zel-egsk wrap gives the form the key setups take,
+// unwrap undoes it.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -66,8 +68,14 @@ TEST_P(CoreTest, AgreesWithReferenceAcrossSetupsChainsKeyChangesAndReuse) {
   PKIWB_encrypt enc(GetParam());
   PKIWB_decrypt dec(GetParam());
   const Bytes k1 = random_bytes(GetParam()), k2 = random_bytes(GetParam());
+  // Keys that a setup holding k1 could take for k1 if it compared only a
+  // part: k1 but for its last byte, and k1's first half with a new second.
+  Bytes changed_last = k1, changed_half = random_bytes(GetParam());
+  changed_last.back() ^= 0x5a;
+  std::copy(k1.begin(), k1.begin() + GetParam() / 2, changed_half.begin());
+  const Bytes &k1_but_last = changed_last, &k1_first_half = changed_half;
   const Bytes zero(16, 0), iv = random_bytes(16), iv2 = random_bytes(16);
-  for (const Bytes* raw : {&k1, &k1, &k2, &k1, &k1})
+  for (const Bytes* raw : {&k1, &k1, &k2, &k1, &k1, &k1_but_last, &k1, &k1_first_half, &k1})
     for (const Bytes* start : {&zero, &iv}) {
       const Bytes key = CoreKeyForm(*raw), plain = random_bytes(80);
       const Bytes white = map_bytes(plain, wb_enc::wb_input_encoding);
