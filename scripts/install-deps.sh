@@ -16,12 +16,14 @@ packages_example=(cmake make g++ pkg-config)
 # For the Debian packages: dpkg-dev (dpkg-shlibdeps), file (CPack sorts the
 # files with it), lintian, and the i386 C and C++ runtime, whose shlibs and
 # symbols files give the i386 packages their dependencies (the biarch lib32
-# copies would give wrong ones).
+# copies would give wrong ones). The openssl command checks the key check
+# values.
 packages_all=("${packages_example[@]}" googletest nlohmann-json3-dev g++-multilib
   qemu-user libssl-dev libbenchmark-dev clang libclang-rt-dev strace python3
   util-linux libtss2-dev libtss2-esys-3.0.2-0 libtss2-tctildr0 libtss2-sys1
   libtss2-tcti-device0 libtss2-tcti-swtpm0 swtpm swtpm-tools tpm2-tools
-  dpkg-dev file lintian libc6:i386 libgcc-s1:i386 libstdc++6:i386)
+  dpkg-dev file lintian libc6:i386 libgcc-s1:i386 libstdc++6:i386
+  openssl)
 
 case "${1:-all}" in
   example) wanted=("${packages_example[@]}") ;;

@@ -1,10 +1,12 @@
-// key_leak_test.cpp: the raw development store keys and every round key of
-// their expansions appear neither in the built library nor anywhere in the
+// key_leak_test.cpp: the raw store keys and every round key of their
+// expansions appear neither in the built library nor anywhere in the
 // process's writable memory while and after the cipher wrappers run on the
 // protected keys (the store key the library embeds, keys/egsk256.bin).
 //
-// The patterns are kept XOR-masked, so that the test's own copy is not
-// found; the raw keys are read into a stack buffer that is wiped. A control
+// The raw keys are the protected ones unwrapped under the build's seed, as
+// zel-egsk unwrap does, so a product build checks its own keys. The
+// patterns are kept XOR-masked, so that the test's own copy is not found;
+// the raw keys are unwrapped into a stack buffer that is wiped. A control
 // plants a pattern in plain and expects the scan to see it. A key setup
 // also leaves none of its expanded key (encoded) on the stack.
 #define _FILE_OFFSET_BITS 64
@@ -21,6 +23,8 @@
 #include "PKIWB_decrypt.h"
 #include "PKIWB_encrypt.h"
 #include "aes_reference.h"
+#include "key_protection.h"
+#include "seed_file.h"
 #include "temp_dir.h"
 
 namespace {
@@ -29,14 +33,17 @@ constexpr uint8_t kMask = 0xa7;
 std::vector<uint8_t> masked;  // 16-byte patterns, XOR kMask
 bool first_byte[256];  // some pattern starts with this byte (a fast filter)
 
-void add_key_patterns(const char* name) {
+void add_key_patterns(const char* protected_key) {
+  const std::string key = ReadFile(protected_key);
+  ASSERT_TRUE(key.size() == 16 || key.size() == 32) << protected_key;
+  zel_wbgen::Seed seed;
+  std::string error;
+  ASSERT_TRUE(zel_wbgen::read_seed_file(ZEL_WB_SEED_FILE, seed, error)) << error;
+  const auto len = static_cast<unsigned>(key.size());
   uint8_t raw[32];
-  const int fd = ::open((std::string(ZEL_KEYS_DIR "/") + name).c_str(), O_RDONLY);
-  const ssize_t len = ::read(fd, raw, sizeof raw);
-  ::close(fd);
-  ASSERT_TRUE(len == 16 || len == 32) << name;
+  zel_wbgen::unprotect_key(seed.bytes, reinterpret_cast<const uint8_t*>(key.data()), len, raw);
   zel_ref::AesKeySchedule schedule;
-  zel_ref::aes_expand_key(raw, static_cast<unsigned>(len), schedule);
+  zel_ref::aes_expand_key(raw, len, schedule);
   for (unsigned r = 0; r <= schedule.rounds; ++r) {
     first_byte[schedule.round_key[r][0]] = true;
     for (uint8_t b : schedule.round_key[r]) masked.push_back(b ^ kMask);
@@ -79,8 +86,8 @@ size_t scan_writable_memory() {
 }
 
 TEST(KeyLeak, NeitherLibraryNorWritableMemoryHoldsARawKeyOrRoundKey) {
-  add_key_patterns("egsk-raw.bin");
-  add_key_patterns("egsk256-raw.bin");
+  add_key_patterns(ZEL_STORE_KEY_FILE);
+  add_key_patterns(ZEL_KEYS_DIR "/egsk256.bin");
   const std::string library = ReadFile(ZEL_LIBRARY_FILE);
   EXPECT_EQ(count_in(reinterpret_cast<const uint8_t*>(library.data()), library.size()), 0u);
 

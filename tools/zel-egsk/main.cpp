@@ -1,15 +1,22 @@
 // main.cpp: zel-egsk, the provisioning tool for the white-box store key.
 //
-//   zel-egsk wrap   --seed FILE --in RAW --out PROTECTED
-//   zel-egsk unwrap --seed FILE --in PROTECTED --out RAW
-//   zel-egsk new    --out-dir DIR [--key-bits 128|256]
+//   zel-egsk new        --out-dir DIR [--key-bits 128|256]
+//   zel-egsk wrap       --seed FILE --in RAW --out PROTECTED
+//   zel-egsk unwrap     --seed FILE --in PROTECTED --out RAW
+//   zel-egsk check      --seed FILE --in PROTECTED [--check FILE]
+//   zel-egsk make-check --seed FILE --in PROTECTED [--check FILE]
 //
 // wrap turns a raw AES key (16 or 32 bytes) into the protected form that
 // the white-box core's key setups take under the tables of that seed;
 // unwrap is the inverse. new makes a product's key set from the kernel's
 // random source: DIR/wb_seed.bin (the seed), DIR/egsk.bin (a fresh store
 // key, protected; its raw form is never written) and DIR/uid.bin (a 16-byte
-// IV). No command overwrites an existing file.
+// IV). new and wrap write the protected key's check value beside it
+// (PROTECTED.check, check_value.h); check verifies that a protected key
+// belongs to a seed (the build runs it), make-check writes the check value
+// of a key made without one. No command overwrites an existing file.
+//
+// Exit status: 0 done, 1 failed (a check that does not match), 2 usage.
 //
 // A host tool, never part of the library. Key buffers are wiped before exit.
 // Constant time: no (host tool; the protection maps are indexed by key
@@ -19,7 +26,10 @@
 #include <map>
 #include <string>
 
+#include <unistd.h>
+
 #include "aes_reference.h"
+#include "check_value.h"
 #include "key_files.h"
 #include "key_protection.h"
 #include "seed_file.h"
@@ -27,9 +37,12 @@
 namespace {
 
 constexpr char kUsage[] =
-    "usage: zel-egsk wrap   --seed FILE --in RAW --out PROTECTED\n"
-    "       zel-egsk unwrap --seed FILE --in PROTECTED --out RAW\n"
-    "       zel-egsk new    --out-dir DIR [--key-bits 128|256]\n";
+    "usage: zel-egsk new        --out-dir DIR [--key-bits 128|256]\n"
+    "       zel-egsk wrap       --seed FILE --in RAW --out PROTECTED\n"
+    "       zel-egsk unwrap     --seed FILE --in PROTECTED --out RAW\n"
+    "       zel-egsk check      --seed FILE --in PROTECTED [--check FILE]\n"
+    "       zel-egsk make-check --seed FILE --in PROTECTED [--check FILE]\n"
+    "       zel-egsk --help\n";
 
 using Options = std::map<std::string, std::string>;
 
@@ -58,12 +71,24 @@ int fail(const std::string& message) {
   return 1;
 }
 
-// convert runs wrap (|protect|) or unwrap.
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+bool write_text(const std::string& path, const std::string& text,
+                std::string& error) {
+  return zel_egsk::write_new_file(
+      path, reinterpret_cast<const uint8_t*>(text.data()), text.size(), error);
+}
+
+// convert runs wrap (|protect|) or unwrap. wrap writes OUT.check too, and
+// leaves no key without one.
 int convert(const Options& options, bool protect) {
   zel_wbgen::Seed seed;
   std::string error;
   if (!zel_wbgen::read_seed_file(options.at("seed"), seed, error))
     return fail(error);
+  const std::string out_path = options.at("out"), check_path = out_path + ".check";
+  if (protect && exists(check_path))
+    return fail("cannot create " + check_path + ": it exists");
   uint8_t in[32], out[32];
   const std::size_t size =
       zel_egsk::read_key_file(options.at("in"), in, 16, 32, error);
@@ -76,8 +101,15 @@ int convert(const Options& options, bool protect) {
     else
       zel_wbgen::unprotect_key(seed.bytes, in, static_cast<unsigned>(size),
                                out);
-    if (!zel_egsk::write_new_file(options.at("out"), out, size, error))
+    if (!zel_egsk::write_new_file(out_path, out, size, error)) {
       status = fail(error);
+    } else if (protect &&
+               !write_text(check_path,
+                           zel_egsk::check_line(in, static_cast<unsigned>(size)),
+                           error)) {
+      ::unlink(out_path.c_str());
+      status = fail(error);
+    }
   }
   zel_ref::secure_wipe(in, sizeof in);
   zel_ref::secure_wipe(out, sizeof out);
@@ -102,6 +134,8 @@ int make_new(const Options& options) {
                                   sizeof seed.bytes, error) &&
          zel_egsk::write_new_file(dir + "/egsk.bin", protected_key, key_len,
                                   error) &&
+         write_text(dir + "/egsk.bin.check",
+                    zel_egsk::check_line(raw, key_len), error) &&
          zel_egsk::write_new_file(dir + "/uid.bin", iv, sizeof iv, error);
   }
   zel_ref::secure_wipe(raw, sizeof raw);
@@ -109,10 +143,52 @@ int make_new(const Options& options) {
   return ok ? 0 : fail(error);
 }
 
+// check_key compares the check value of PROTECTED under the seed with its
+// check file (|make|: writes the check file instead).
+int check_key(const Options& options, bool make) {
+  zel_wbgen::Seed seed;
+  std::string error;
+  if (!zel_wbgen::read_seed_file(options.at("seed"), seed, error))
+    return fail(error);
+  const std::string key_path = options.at("in");
+  const std::string check_path =
+      options.count("check") ? options.at("check") : key_path + ".check";
+  uint8_t key[32];
+  const std::size_t size = zel_egsk::read_key_file(key_path, key, 16, 32, error);
+  const bool usable = size == 16 || size == 32;
+  const std::string line =
+      usable ? zel_egsk::check_line_of_protected(seed.bytes, key,
+                                                 static_cast<unsigned>(size))
+             : "";
+  zel_ref::secure_wipe(key, sizeof key);
+  if (!usable)
+    return fail(error.empty() ? key_path + ": a key has 16 or 32 bytes" : error);
+  if (make) {
+    if (!write_text(check_path, line, error)) return fail(error);
+    std::fputs(line.c_str(), stdout);
+    return 0;
+  }
+  uint8_t text[64];
+  const std::size_t got = zel_egsk::read_key_file(check_path, text, 1, sizeof text, error);
+  if (got == 0)
+    return fail("no check value for " + key_path + " (" + error +
+                "); zel-egsk new and wrap write one, make-check makes one "
+                "for a key known to belong to the seed");
+  if (std::string(reinterpret_cast<const char*>(text), got) != line)
+    return fail(key_path + " does not belong to the seed " + options.at("seed") +
+                ": its check value " + check_path +
+                " was made with another seed or key");
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options;
+  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+    std::fputs(kUsage, stdout);
+    return 0;
+  }
   if (argc < 2 || !parse_options(argc, argv, options)) {
     std::fputs(kUsage, stderr);
     return 2;
@@ -123,6 +199,9 @@ int main(int argc, char** argv) {
     return convert(options, command == "wrap");
   if (command == "new" && has_exactly(options, {"out-dir"}, {"key-bits"}))
     return make_new(options);
+  if ((command == "check" || command == "make-check") &&
+      has_exactly(options, {"seed", "in"}, {"check"}))
+    return check_key(options, command == "make-check");
   std::fputs(kUsage, stderr);
   return 2;
 }
