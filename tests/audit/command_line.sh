@@ -1,30 +1,30 @@
 #!/bin/sh
-# command_line.sh AUDIT DESIGN_MD: zel-wb-audit's command line as Debian
+# command_line.sh DESIGN_MD AUDIT...: zel-wb-audit's command line as Debian
 # expects it (--help on stdout, exit 0; a wrong option: the usage on
 # stderr, nothing on stdout, exit 2; --accept of anything but a known
 # limit: exit 2), and its known limits are the ones the core's design
 # document lists under "Known limits", both ways.
-audit=$1
-design=$2
+design=$1
+shift  # the rest: the command, with an emulator in front where there is one
 fail() { echo "FAIL: $*"; exit 1; }
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
-"$audit" --help >"$tmp/out" 2>"$tmp/err" || fail "--help exits $?"
+"$@" --help >"$tmp/out" 2>"$tmp/err" || fail "--help exits $?"
 grep -q '^usage: zel-wb-audit' "$tmp/out" && [ ! -s "$tmp/err" ] ||
   fail "--help prints no usage on stdout"
 for args in "--bogus" "--traces" "--traces 0" "--accept dca" \
             "--accept nosuch" "--accept collision,dfa" "--attacks nosuch" \
             "--direction up" "--controls --target plain"; do
   # shellcheck disable=SC2086
-  "$audit" $args >"$tmp/out" 2>"$tmp/err"
+  "$@" $args >"$tmp/out" 2>"$tmp/err"
   status=$?
   [ "$status" -eq 2 ] || fail "$args exits $status"
   [ ! -s "$tmp/out" ] && grep -q '^usage: zel-wb-audit' "$tmp/err" ||
     fail "$args: no usage on stderr alone"
 done
 
-"$audit" --list-known-limits >"$tmp/limits" || fail "--list-known-limits"
+"$@" --list-known-limits >"$tmp/limits" || fail "--list-known-limits"
 cut -d' ' -f1 "$tmp/limits" | sort >"$tmp/tool"
 # DESIGN.md: "## Known limits", then lines "- `name`: ..." up to the next
 # heading.
