@@ -42,7 +42,8 @@ void set_found_ranked(Outcome& o, const std::string& aim,
   if (log2_tries <= 32) {
     set_found(o, aim, truth, truth);
     char note[64];
-    std::snprintf(note, sizeof note, "within 2^%.0f tries in rank order",
+    std::snprintf(note, sizeof note,
+                  "among the first 2^%.0f candidates in rank order",
                   std::ceil(log2_tries));
     o.detail = note;
     return;
