@@ -1,13 +1,14 @@
 // The audit's verdict and command line on made-up outcomes: which findings
 // fail the audit, what --accept may accept, when a control counts as
 // broken, and how a ranking attack's bytes are scored.
+#include "verdict.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
 
 #include "options.h"
-#include "verdict.h"
 
 namespace zel_audit {
 namespace {
@@ -50,7 +51,9 @@ TEST(AuditVerdict, ExitsZeroOnlyWithoutUnacceptedFindingsAndBrokenControls) {
       "core", false, {outcome("collision", 16), outcome("dfa", 0)}};
   const TargetRun core_dca{"core", false, {outcome("dca", 1)}};
   const TargetRun control_broken{
-      "plain", true, {outcome("sifa", 16), outcome("dfa", 3), outcome("dfa", 16)}};
+      "plain",
+      true,
+      {outcome("sifa", 16), outcome("dfa", 3), outcome("dfa", 16)}};
   const TargetRun control_open{
       "plain", true, {outcome("sifa", 15), outcome("dfa", 16)}};
   const struct {
@@ -60,17 +63,28 @@ TEST(AuditVerdict, ExitsZeroOnlyWithoutUnacceptedFindingsAndBrokenControls) {
     const char* overall;
   } cases[] = {
       {{core_clean}, {}, 0, "PASS: no attack recovered key bytes"},
-      {{core_collision}, {}, 1, "FAIL: key bytes recovered by known limits "
-                                "of the core, not accepted: collision "
-                                "(--accept collision accepts them)"},
-      {{core_collision}, {"collision", "tcollision"}, 0,
+      {{core_collision},
+       {},
+       1,
+       "FAIL: key bytes recovered by known limits "
+       "of the core, not accepted: collision "
+       "(--accept collision accepts them)"},
+      {{core_collision},
+       {"collision", "tcollision"},
+       0,
        "PASS: key bytes recovered by accepted known limits only: collision"},
-      {{core_collision, core_dca}, {"collision"}, 1,
+      {{core_collision, core_dca},
+       {"collision"},
+       1,
        "FAIL: key bytes recovered by dca; key bytes recovered by accepted "
        "known limits only: collision"},
-      {{core_clean, control_broken}, {}, 0,
+      {{core_clean, control_broken},
+       {},
+       0,
        "PASS: no attack recovered key bytes; every control broken"},
-      {{core_clean, control_open}, {}, 1,
+      {{core_clean, control_open},
+       {},
+       1,
        "FAIL: control not broken: sifa on plain"},
   };
   for (const auto& c : cases) {
@@ -83,12 +97,13 @@ TEST(AuditVerdict, ExitsZeroOnlyWithoutUnacceptedFindingsAndBrokenControls) {
 }
 
 TEST(AuditVerdict, TargetLinesNameEveryAttackWithItsBytes) {
-  const Judged j = judge({{"core", false,
-                           {outcome("collision", 16), outcome("dca", 2),
-                            outcome("dfa", 0)}},
-                          {"plain", true, {outcome("sifa", 16)}},
-                          {"masked", true, {outcome("lda", 0)}}},
-                         {"collision"});
+  const Judged j =
+      judge({{"core",
+              false,
+              {outcome("collision", 16), outcome("dca", 2), outcome("dfa", 0)}},
+             {"plain", true, {outcome("sifa", 16)}},
+             {"masked", true, {outcome("lda", 0)}}},
+            {"collision"});
   EXPECT_NE(j.text.find("verdict core: KEY BYTES RECOVERED: collision line "
                         "[collision, known limit, accepted] 16/16 key "
                         "0d3ddfdf7e73244dc579617c39649ad6; dca line [dca] "
@@ -108,7 +123,7 @@ TEST(AuditVerdict, RankingCountsClearWinnersOrAnEnumerableKey) {
   const std::vector<double> flat(16, 1.0);
   std::vector<double> clear = flat;
   clear[0] = kClearMargin;
-  clear[1] = 2 * kClearMargin;  // clear, but wrong
+  clear[1] = 2 * kClearMargin;                            // clear, but wrong
   const std::vector<unsigned> far(16, 200), near(16, 4);  // 2^122, 2^32
   const struct {
     std::vector<uint8_t> best;
@@ -116,9 +131,9 @@ TEST(AuditVerdict, RankingCountsClearWinnersOrAnEnumerableKey) {
     std::vector<double> margins;
     unsigned recovered;
   } cases[] = {
-      {best, far, flat, 0},    // right guesses first by a hair: chance
-      {best, far, clear, 1},   // byte 0 stands apart
-      {wrong, near, flat, 16}, // 2^32 tries in rank order
+      {best, far, flat, 0},     // right guesses first by a hair: chance
+      {best, far, clear, 1},    // byte 0 stands apart
+      {wrong, near, flat, 16},  // 2^32 tries in rank order
   };
   for (const auto& c : cases) {
     Outcome o;
@@ -146,7 +161,9 @@ TEST(AuditOptions, AcceptTakesKnownLimitsOnlyAndModelsRunTheirAttacks) {
       {{"--traces", "12x"}, Action::kUsageError, {}},
       {{"--key-size", "192"}, Action::kUsageError, {}},
       {{"--controls", "--target", "plain"}, Action::kUsageError, {}},
-      {{"--target", "masked", "--attacks", "collision"}, Action::kUsageError, {}},
+      {{"--target", "masked", "--attacks", "collision"},
+       Action::kUsageError,
+       {}},
       {{"--target", "masked"}, Action::kRun, {"dca2", "lda"}},
       {{"--attacks", "lda,dfa"}, Action::kRun, {"dfa", "lda"}},
       {{"--help", "--bogus"}, Action::kHelp, {}},

@@ -37,7 +37,9 @@ const std::vector<AttackFamily>& attack_families() {
        [](Target& t, const RunInputs& in) {
          return run_dca(t, in.settings, in.raw_key);
        }},
-      {"dca2", "second-order DCA (pairs of traced bits)", nullptr,
+      {"dca2",
+       "second-order DCA (pairs of traced bits)",
+       nullptr,
        {M::kMasked},
        [](Target& t, const RunInputs& in) {
          return run_dca_second_order(t, in.settings, in.raw_key);
@@ -49,7 +51,8 @@ const std::vector<AttackFamily>& attack_families() {
        [](Target& t, const RunInputs& in) {
          return run_dfa(t, in.settings, in.raw_key);
        }},
-      {"pfa", "persistent fault analysis",
+      {"pfa",
+       "persistent fault analysis",
        nullptr,
        {M::kPlain},
        [](Target& t, const RunInputs& in) {
@@ -62,13 +65,16 @@ const std::vector<AttackFamily>& attack_families() {
        [](Target& t, const RunInputs& in) {
          return run_pfa(t, in.settings, in.raw_key, true);
        }},
-      {"sifa", "statistical ineffective fault analysis",
+      {"sifa",
+       "statistical ineffective fault analysis",
        nullptr,
        {M::kPlain},
        [](Target& t, const RunInputs& in) {
          return run_sifa(t, in.settings, in.raw_key);
        }},
-      {"lda", "linear decoding analysis, degree 1 and 2", nullptr,
+      {"lda",
+       "linear decoding analysis, degree 1 and 2",
+       nullptr,
        {M::kMasked},
        [](Target& t, const RunInputs& in) {
          return run_lda(t, in.settings, in.raw_key);

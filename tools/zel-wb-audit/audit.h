@@ -78,8 +78,7 @@ std::string found_hex(const std::vector<int>& found);
 
 // seconds_since returns the time since |start|, for Outcome::seconds.
 inline double seconds_since(std::chrono::steady_clock::time_point start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() -
-                                       start)
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
       .count();
 }
 

@@ -176,8 +176,7 @@ std::vector<Outcome> run_collisions(Target& target, const Settings& settings,
         sieve_locations(inputs, traces, pair_votes);
         const std::pair<int, int> now{clear_winner(pair_votes[0]),
                                       clear_winner(pair_votes[1])};
-        if (now.first >= 0 && now.second >= 0 &&
-            (!all_layers || now == before))
+        if (now.first >= 0 && now.second >= 0 && (!all_layers || now == before))
           break;
         before = now;
         if (inputs.size() >= per_pair) break;

@@ -85,14 +85,13 @@ std::vector<Outcome> run_dca(Target& target, const Settings& settings,
       margins_high.push_back(r.margin_high);
       margins_low.push_back(r.margin_low);
     }
-    const std::string aim_round = aim_name(
-        side.output != dec ? rounds : 0, target.key_len());
+    const std::string aim_round =
+        aim_name(side.output != dec ? rounds : 0, target.key_len());
     Outcome high, low;
     high.family = low.family = "dca";
     high.attack = std::string("DCA, strongest correlation, ") + side.name;
     low.attack = std::string("DCA, weakest correlation, ") + side.name;
-    set_found_ranked(high, aim_round, best_high, aim, ranks_high,
-                     margins_high);
+    set_found_ranked(high, aim_round, best_high, aim, ranks_high, margins_high);
     set_found_ranked(low, aim_round, best_low, aim, ranks_low, margins_low);
     high.cost = low.cost = std::to_string(settings.traces) + " traces";
     high.seconds = low.seconds = since(start);
@@ -171,8 +170,8 @@ std::vector<Outcome> run_dca_second_order(Target& target,
   o.cost = std::to_string(n) + " traces, " + std::to_string(windows) +
            " windows of " + std::to_string(window_bytes) + " bytes";
   o.seconds = since(start);
-  o.detail =
-      join(o.detail, "in the window of the highest peak, " + rank_list(best_rank));
+  o.detail = join(o.detail,
+                  "in the window of the highest peak, " + rank_list(best_rank));
   return {o};
 }
 

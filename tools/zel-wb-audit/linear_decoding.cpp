@@ -128,9 +128,9 @@ std::vector<Outcome> run_lda(Target& target, const Settings& settings,
       guess[i] = static_cast<uint8_t>(
           std::max_element(hits[i].begin(), hits[i].end()) - hits[i].begin());
       with_decoding += hits[i][guess[i]] > 0;
-      decided[i] = hits[i][guess[i]] > 0 &&
-                   std::count(hits[i].begin(), hits[i].end(),
-                              hits[i][guess[i]]) == 1;
+      decided[i] =
+          hits[i][guess[i]] > 0 &&
+          std::count(hits[i].begin(), hits[i].end(), hits[i][guess[i]]) == 1;
     }
     Outcome o;
     o.family = "lda";

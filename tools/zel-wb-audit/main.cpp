@@ -136,11 +136,10 @@ int run(int argc, char** argv) {
     const RunInputs in{o.settings, k.raw_key, k.protected_key};
     for (bool dec : o.directions) {
       const std::unique_ptr<Target> target =
-          o.model ? make_model_target(*o.model, dec, k.raw_key,
-                                      k.protected_key)
+          o.model ? make_model_target(*o.model, dec, k.raw_key, k.protected_key)
                   : make_core_target(dec, k.protected_key);
-      runs.push_back(attack(*target, key_len, o.model.has_value(), o.attacks,
-                            in));
+      runs.push_back(
+          attack(*target, key_len, o.model.has_value(), o.attacks, in));
     }
   }
   // The controls after the core, so that the core's lines do not depend on

@@ -134,9 +134,9 @@ Action parse(int argc, char** argv, Options& o) {
       continue;
     }
     static const std::set<std::string> with_value = {
-        "--target", "--attacks", "--key-size", "--direction", "--traces",
-        "--traces2", "--faults", "--chosen", "--known", "--accept",
-        "--egsk", "--egsk256", "--seed", "--raw-key", "--raw-key256"};
+        "--target",  "--attacks", "--key-size", "--direction", "--traces",
+        "--traces2", "--faults",  "--chosen",   "--known",     "--accept",
+        "--egsk",    "--egsk256", "--seed",     "--raw-key",   "--raw-key256"};
     if (!with_value.count(flag)) return usage_error("unknown option " + flag);
     if (i + 1 >= argc) return usage_error(flag + " needs a value");
     const std::string value = argv[++i];
@@ -195,8 +195,10 @@ Action parse(int argc, char** argv, Options& o) {
     }
   }
   if (o.model && o.controls)
-    return usage_error("--controls runs the weak models itself; it does not "
-                       "go with --target " + o.target_name);
+    return usage_error(
+        "--controls runs the weak models itself; it does not "
+        "go with --target " +
+        o.target_name);
   // The families to run, in their order: the requested ones (default all),
   // on a weak model only those meant to break it.
   for (const AttackFamily& f : attack_families()) {

@@ -35,7 +35,7 @@ struct Options {
   Settings settings;
   std::string egsk[2];  // empty: the build's key, else the one of keys/
   std::string raw[2];
-  std::string seed;     // empty: the build's seed
+  std::string seed;  // empty: the build's seed
 };
 
 enum class Action { kRun, kHelp, kListKnownLimits, kUsageError };

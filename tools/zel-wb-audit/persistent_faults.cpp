@@ -113,9 +113,8 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
   while (injections < settings.faults && found.empty()) {
     const size_t off = rng() % tables.size;
     const uint8_t flip = static_cast<uint8_t>(rng() | 1);
-    const std::vector<size_t> where = all_copies
-                                          ? copies_of(tables, off, blocks)
-                                          : std::vector<size_t>{off};
+    const std::vector<size_t> where =
+        all_copies ? copies_of(tables, off, blocks) : std::vector<size_t>{off};
     for (size_t w : where) tables.base[w] ^= flip;
     ++injections;
     target.reset();
@@ -155,15 +154,15 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
   if (target.key_len() == 16)
     set_found(o, "key", found, raw_key);
   else  // AES-256: the last round key, among 256 candidates
-    set_found(o, aim_name(target.decrypts() ? 0 : target.rounds(), 32),
-              found, aim);
-  o.cost = std::to_string(injections) + " faults, " +
-           std::to_string(outputs) + " outputs";
+    set_found(o, aim_name(target.decrypts() ? 0 : target.rounds(), 32), found,
+              aim);
+  o.cost = std::to_string(injections) + " faults, " + std::to_string(outputs) +
+           " outputs";
   o.seconds = seconds_since(start);
   o.detail = detail;
   if (all_copies)
-    o.detail += (o.detail.empty() ? "" : "; ") +
-                std::to_string(blocks.size()) + " table blocks with copies";
+    o.detail += (o.detail.empty() ? "" : "; ") + std::to_string(blocks.size()) +
+                " table blocks with copies";
   return {o};
 }
 

@@ -16,7 +16,8 @@ std::string join_names(const std::set<std::string>& names,
                        const char* separator = ", ") {
   std::string s;
   for (const AttackFamily& f : attack_families())
-    if (names.count(f.name)) s += (s.empty() ? "" : separator) + std::string(f.name);
+    if (names.count(f.name))
+      s += (s.empty() ? "" : separator) + std::string(f.name);
   return s;
 }
 
@@ -75,10 +76,11 @@ int print_verdict(std::FILE* out, const std::vector<TargetRun>& runs,
   if (!findings.empty())
     reasons.push_back("key bytes recovered by " + join_names(findings));
   if (!limits_open.empty())
-    reasons.push_back("key bytes recovered by known limits of the core, not "
-                      "accepted: " +
-                      join_names(limits_open) + " (--accept " +
-                      join_names(limits_open, ",") + " accepts them)");
+    reasons.push_back(
+        "key bytes recovered by known limits of the core, not "
+        "accepted: " +
+        join_names(limits_open) + " (--accept " + join_names(limits_open, ",") +
+        " accepts them)");
   for (const std::string& c : controls_open)
     reasons.push_back("control not broken: " + c);
   std::string accepted_note;
@@ -92,7 +94,8 @@ int print_verdict(std::FILE* out, const std::vector<TargetRun>& runs,
     if (cores)
       pass = accepted_note.empty() ? "no attack recovered key bytes"
                                    : accepted_note;
-    if (controls) pass += (pass.empty() ? "" : "; ") + std::string("every control broken");
+    if (controls)
+      pass += (pass.empty() ? "" : "; ") + std::string("every control broken");
     std::fprintf(out, "verdict overall: PASS: %s\n", pass.c_str());
     return 0;
   }
