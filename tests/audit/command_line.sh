@@ -16,8 +16,10 @@ grep -q '^usage: zel-wb-audit' "$tmp/out" && [ ! -s "$tmp/err" ] ||
 for args in "--bogus" "--traces" "--traces 0" "--accept dca" \
             "--accept nosuch" "--accept collision,dfa" "--attacks nosuch" \
             "--direction up" "--controls --target plain"; do
+  # A cheap run in front, should the refusal be broken.
   # shellcheck disable=SC2086
-  "$@" $args >"$tmp/out" 2>"$tmp/err"
+  "$@" --attacks keyform --key-size 128 --direction enc $args \
+    >"$tmp/out" 2>"$tmp/err"
   status=$?
   [ "$status" -eq 2 ] || fail "$args exits $status"
   [ ! -s "$tmp/out" ] && grep -q '^usage: zel-wb-audit' "$tmp/err" ||
