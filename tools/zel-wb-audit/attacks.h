@@ -38,9 +38,11 @@ std::vector<Outcome> run_key_form(Target& target,
                                   const std::vector<uint8_t>& protected_key,
                                   const std::vector<uint8_t>& raw_key);
 
-// persistent_faults.cpp: PFA, and the same fault in every copy of a table.
+// persistent_faults.cpp: PFA (|all_copies| false), or the same fault in
+// every copy of a table.
 std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
-                             const std::vector<uint8_t>& raw_key);
+                             const std::vector<uint8_t>& raw_key,
+                             bool all_copies);
 
 // ineffective_faults.cpp: SIFA.
 std::vector<Outcome> run_sifa(Target& target, const Settings& settings,

@@ -29,6 +29,24 @@ void xor_correlate(const int64_t* f_hat, const int64_t* g_hat, int64_t* out) {
   for (unsigned i = 0; i < 256; ++i) out[i] /= 256;
 }
 
+// margin returns how far the best of 256 scores (|sign| 1: the highest,
+// -1: the lowest) stands from the runner-up, in standard deviations of
+// all 256.
+double margin(const double* scores, unsigned best, int sign) {
+  double mean = 0, var = 0, runner_up = 0;
+  bool have_runner_up = false;
+  for (unsigned k = 0; k < 256; ++k) {
+    mean += scores[k] / 256;
+    if (k == best) continue;
+    if (!have_runner_up || sign * scores[k] > sign * runner_up)
+      runner_up = scores[k], have_runner_up = true;
+  }
+  for (unsigned k = 0; k < 256; ++k)
+    var += (scores[k] - mean) * (scores[k] - mean) / 256;
+  if (var <= 0) return 0;
+  return sign * (scores[best] - runner_up) / std::sqrt(var);
+}
+
 }  // namespace
 
 Dca::Dca(DcaTarget target, size_t trace_bytes)
@@ -120,7 +138,7 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
     if (sd <= 0) continue;
     for (unsigned k = 0; k < 256; ++k) low[k] += (sq[k] - mean) / sd;
   }
-  KeyByteRanking result{1, 1, 0, 0, 0};
+  KeyByteRanking result{1, 1, 0, 0, 0, 0, 0};
   for (unsigned k = 0; k < 256; ++k) {
     if (score[k] > score[result.best_high]) result.best_high = uint8_t(k);
     if (low[k] < low[result.best_low]) result.best_low = uint8_t(k);
@@ -128,6 +146,8 @@ KeyByteRanking Dca::rank(unsigned position, uint8_t correct) const {
     if (k != correct && low[k] <= low[correct]) ++result.rank_low;
   }
   result.score_high = score[result.best_high];
+  result.margin_high = margin(score, result.best_high, 1);
+  result.margin_low = margin(low, result.best_low, -1);
   return result;
 }
 

@@ -38,6 +38,10 @@ struct KeyByteRanking {
   uint8_t best_high;
   uint8_t best_low;
   double score_high;  // the highest guess's correlation
+  // How far the best guess stands from the runner-up, in standard
+  // deviations of the 256 guesses' scores (highest and lowest ranking).
+  double margin_high;
+  double margin_low;
 };
 
 class Dca {

@@ -34,9 +34,13 @@ double since(std::chrono::steady_clock::time_point start) {
 }
 
 std::string rank_list(const std::vector<unsigned>& ranks) {
-  std::string s = "ranks";
+  std::string s = "rank of the right guess per byte:";
   for (unsigned r : ranks) s += " " + std::to_string(r);
   return s;
+}
+
+std::string join(const std::string& a, const std::string& b) {
+  return a.empty() ? b : a + "; " + b;
 }
 
 }  // namespace
@@ -69,22 +73,30 @@ std::vector<Outcome> run_dca(Target& target, const Settings& settings,
       if (!dca) dca = std::make_unique<Dca>(predict, window.size());
       dca->add(side.output ? out : in, window.data());
     }
-    Outcome high, low;
-    high.key_bytes = low.key_bytes = target.key_len();
+    std::vector<uint8_t> best_high(16), best_low(16);
     std::vector<unsigned> ranks_high, ranks_low;
+    std::vector<double> margins_high, margins_low;
     for (unsigned i = 0; i < 16; ++i) {
       const KeyByteRanking r = dca->rank(i, aim[i]);
+      best_high[i] = r.best_high;
+      best_low[i] = r.best_low;
       ranks_high.push_back(r.rank_high);
       ranks_low.push_back(r.rank_low);
-      high.recovered += r.best_high == aim[i];
-      low.recovered += r.best_low == aim[i];
+      margins_high.push_back(r.margin_high);
+      margins_low.push_back(r.margin_low);
     }
-    high.attack = std::string("DCA high, ") + side.name;
-    low.attack = std::string("DCA low (z), ") + side.name;
+    const std::string aim_round =
+        aim_name(side.output != dec ? rounds : 0, target.key_len());
+    Outcome high, low;
+    high.family = low.family = "dca";
+    high.attack = std::string("DCA, strongest correlation, ") + side.name;
+    low.attack = std::string("DCA, weakest correlation, ") + side.name;
+    set_found_ranked(high, aim_round, best_high, aim, ranks_high, margins_high);
+    set_found_ranked(low, aim_round, best_low, aim, ranks_low, margins_low);
     high.cost = low.cost = std::to_string(settings.traces) + " traces";
     high.seconds = low.seconds = since(start);
-    high.detail = rank_list(ranks_high);
-    low.detail = rank_list(ranks_low);
+    high.detail = join(high.detail, rank_list(ranks_high));
+    low.detail = join(low.detail, rank_list(ranks_low));
     outcomes.push_back(high);
     outcomes.push_back(low);
   }
@@ -120,6 +132,7 @@ std::vector<Outcome> run_dca_second_order(Target& target,
   std::vector<uint8_t> best(16);
   std::vector<double> peak(16, -1);
   std::vector<unsigned> best_rank(16, 257);
+  std::vector<double> best_margin(16);
   const size_t length = traces.empty() ? 0 : traces[0].size();
   const size_t windows = settings.quick
                              ? std::min<size_t>(length / window_bytes, 8)
@@ -145,17 +158,20 @@ std::vector<Outcome> run_dca_second_order(Target& target,
         peak[i] = r.score_high;
         best[i] = r.best_high;
         best_rank[i] = r.rank_high;
+        best_margin[i] = r.margin_high;
       }
     }
   }
   Outcome o;
+  o.family = "dca2";
   o.attack = "DCA second order, first round";
-  o.key_bytes = target.key_len();
-  o.recovered = count_equal(best, aim);
+  set_found_ranked(o, aim_name(dec ? target.rounds() : 0, target.key_len()),
+                   best, aim, best_rank, best_margin);
   o.cost = std::to_string(n) + " traces, " + std::to_string(windows) +
            " windows of " + std::to_string(window_bytes) + " bytes";
   o.seconds = since(start);
-  o.detail = "peak window " + rank_list(best_rank);
+  o.detail = join(o.detail,
+                  "in the window of the highest peak, " + rank_list(best_rank));
   return {o};
 }
 

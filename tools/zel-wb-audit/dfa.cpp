@@ -128,10 +128,11 @@ int columns_hit(const Side& side, const Pair& p) {
   return hit;
 }
 
-// solve returns the 16 last-round key bytes (those not found are left 0)
-// and how many columns were found.
-unsigned solve(const Side& side, const std::vector<Pair>& pairs, Block& key) {
-  unsigned found = 0;
+// solve returns the 16 last-round key bytes in |key| and marks in
+// |decided| those of the columns it found (the others are left 0).
+void solve(const Side& side, const std::vector<Pair>& pairs, Block& key,
+           std::vector<bool>& decided) {
+  decided.assign(16, false);
   for (unsigned c = 0; c < 4; ++c) {
     std::vector<const Pair*> usable;
     for (const Pair& p : pairs) {
@@ -158,11 +159,17 @@ unsigned solve(const Side& side, const std::vector<Pair>& pairs, Block& key) {
         ++ties;
     }
     if (best_votes < 2 || ties != 0) continue;
-    for (unsigned m = 0; m < 4; ++m)
+    for (unsigned m = 0; m < 4; ++m) {
       key[side.pos(m, c)] = static_cast<uint8_t>(best >> (8 * m));
-    ++found;
+      decided[side.pos(m, c)] = true;
+    }
   }
-  return found;
+}
+
+bool all_of(const std::vector<bool>& v) {
+  for (bool b : v)
+    if (!b) return false;
+  return true;
 }
 
 // A fault campaign: scans windows of |region| with faults fired at
@@ -247,49 +254,52 @@ std::vector<Outcome> run_dfa(Target& target, const Settings& settings,
                        static_cast<int>(round) - 1, settings.faults, pairs);
       target.reset();
       Block last{};
-      solve(side, pairs, last);
-      std::vector<uint8_t> key;
-      std::vector<uint8_t> last_vec(last.begin(), last.end());
-      const std::vector<uint8_t>& last_truth =
-          target.decrypts() ? truth[0] : truth[rounds];
+      std::vector<bool> decided;
+      solve(side, pairs, last, decided);
+      const std::vector<uint8_t> last_vec(last.begin(), last.end());
+      const unsigned last_round = target.decrypts() ? 0 : rounds;
       Outcome o;
-      o.attack =
-          std::string("DFA ") + where + " round " + std::to_string(round);
-      o.key_bytes = target.key_len();
+      o.family = "dfa";
+      o.attack = std::string("DFA, faults in ") +
+                 (in_tables ? "tables" : "working block") + ", round " +
+                 std::to_string(round);
+      set_found(o, aim_name(last_round, target.key_len()), last_vec,
+                truth[last_round], decided);
+      std::vector<uint8_t> key;
       if (rounds == 10) {
+        // Checked even when columns are missing (they stay 0): the check
+        // draws from the run's input sequence, which later attacks share.
         key = target.decrypts()
                   ? last_vec
                   : key_from_last_round_keys(16, nullptr, last.data());
-        o.recovered =
-            key_works(target, key) ? 16 : count_equal(last_vec, last_truth);
-      } else {
+      } else if (rounds == 14 && all_of(decided) && round >= 12) {
         // AES-256: peel the round found and attack the one before it with
         // faults two rounds earlier.
-        o.recovered = count_equal(last_vec, last_truth);
-        if (o.recovered == 16 && round >= 12) {
-          Campaign second{target, side, [&](const Block& b) {
-                            Block v = b;
-                            for (unsigned i = 0; i < 16; ++i) v[i] ^= last[i];
-                            if (side.decrypt) {
-                              // p -> MC(SR(S(p ^ k0)))
-                              for (auto& x : v) x = sbox()[x];
-                              shift_rows(v.data());
-                              mix_columns(v.data());
-                            } else {
-                              // c -> InvMC(InvS(InvSR(c ^ k14)))
-                              inv_shift_rows(v.data());
-                              for (auto& x : v) x = inv_sbox()[x];
-                              inv_mix_columns(v.data());
-                            }
-                            return v;
-                          }};
-          std::vector<Pair> pairs2;
-          second.collect(in_tables ? target.tables() : target.work(),
-                         static_cast<int>(round) - 2, settings.faults, pairs2);
-          target.reset();
-          campaign.injections += second.injections;
-          Block next{};
-          solve(side, pairs2, next);
+        Campaign second{target, side, [&](const Block& b) {
+                          Block v = b;
+                          for (unsigned i = 0; i < 16; ++i) v[i] ^= last[i];
+                          if (side.decrypt) {
+                            // p -> MC(SR(S(p ^ k0)))
+                            for (auto& x : v) x = sbox()[x];
+                            shift_rows(v.data());
+                            mix_columns(v.data());
+                          } else {
+                            // c -> InvMC(InvS(InvSR(c ^ k14)))
+                            inv_shift_rows(v.data());
+                            for (auto& x : v) x = inv_sbox()[x];
+                            inv_mix_columns(v.data());
+                          }
+                          return v;
+                        }};
+        std::vector<Pair> pairs2;
+        second.collect(in_tables ? target.tables() : target.work(),
+                       static_cast<int>(round) - 2, settings.faults, pairs2);
+        target.reset();
+        campaign.injections += second.injections;
+        Block next{};
+        std::vector<bool> next_decided;
+        solve(side, pairs2, next, next_decided);
+        if (all_of(next_decided)) {
           if (side.decrypt) {
             // The peeled domain holds InvMC-free k1 directly.
             key.assign(last.begin(), last.end());
@@ -298,11 +308,14 @@ std::vector<Outcome> run_dfa(Target& target, const Settings& settings,
             mix_columns(next.data());  // k13 = MC(k13')
             key = key_from_last_round_keys(32, next.data(), last.data());
           }
-          o.recovered = key_works(target, key) ? 32 : o.recovered;
         }
       }
+      if (!key.empty() && key_works(target, key)) {
+        set_found(o, "key", key, raw_key);
+        o.detail = "key verified on the target";
+      }
       o.cost = std::to_string(campaign.injections) + " faults, " +
-               std::to_string(pairs.size()) + " shaped";
+               std::to_string(pairs.size()) + " usable outputs";
       o.seconds = seconds_since(start);
       outcomes.push_back(o);
     }

@@ -74,8 +74,12 @@ std::vector<Outcome> run_sifa(Target& target, const Settings& settings,
   }
   Outcome o;
   o.attack = "SIFA, transient table faults";
-  o.key_bytes = target.key_len();
-  o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
+  o.family = "sifa";
+  if (target.key_len() == 16)
+    set_found(o, "key", found, raw_key);
+  else  // AES-256: the last round key, among 256 candidates
+    set_found(o, aim_name(target.decrypts() ? 0 : target.rounds(), 32), found,
+              aim);
   o.cost = std::to_string(locations) + " fault locations, " +
            std::to_string(runs) + " faulted runs";
   o.seconds = seconds_since(start);

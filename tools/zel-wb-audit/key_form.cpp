@@ -143,8 +143,8 @@ std::vector<Outcome> run_key_form(Target& target,
   }
   Outcome o;
   o.attack = "key form, table scan";
-  o.key_bytes = key_len;
-  o.recovered = count_equal(found, raw_key);
+  o.family = "keyform";
+  set_found(o, "key", found, raw_key);
   o.cost = std::to_string(tables.size) + " table bytes, " +
            std::to_string(tried) + " keys tried";
   o.seconds = seconds_since(start);

@@ -119,21 +119,28 @@ std::vector<Outcome> run_lda(Target& target, const Settings& settings,
             }
           }
     }
+    // A byte is decided when one guess has a decoding in more windows
+    // than any other.
     std::vector<uint8_t> guess(16);
-    for (unsigned i = 0; i < 16; ++i)
+    std::vector<bool> decided(16);
+    unsigned with_decoding = 0;
+    for (unsigned i = 0; i < 16; ++i) {
       guess[i] = static_cast<uint8_t>(
           std::max_element(hits[i].begin(), hits[i].end()) - hits[i].begin());
-    unsigned decided = 0;
-    for (unsigned i = 0; i < 16; ++i) decided += hits[i][guess[i]] > 0;
+      with_decoding += hits[i][guess[i]] > 0;
+      decided[i] =
+          hits[i][guess[i]] > 0 &&
+          std::count(hits[i].begin(), hits[i].end(), hits[i][guess[i]]) == 1;
+    }
     Outcome o;
+    o.family = "lda";
     o.attack = "linear decoding, degree " + std::to_string(degree);
-    o.key_bytes = target.key_len();
-    for (unsigned i = 0; i < 16; ++i)
-      o.recovered += hits[i][guess[i]] > 0 && guess[i] == aim[i];
+    set_found(o, aim_name(dec ? target.rounds() : 0, target.key_len()), guess,
+              aim, decided);
     o.cost = std::to_string(kTraces) + " traces, " + std::to_string(windows) +
              " windows of " + std::to_string(window) + " bytes";
     o.seconds = seconds_since(start);
-    o.detail = std::to_string(decided) + " bytes with a decoding";
+    o.detail = std::to_string(with_decoding) + " bytes with a decoding";
     outcomes.push_back(o);
   }
   return outcomes;

@@ -82,15 +82,15 @@ std::vector<uint8_t> key_from_missing_values(
 }
 
 std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
-                             const std::vector<uint8_t>& raw_key) {
-  std::vector<Outcome> outcomes;
+                             const std::vector<uint8_t>& raw_key,
+                             bool all_copies) {
   const Region tables = target.tables();
   const auto truth = round_keys(raw_key);
   const std::vector<uint8_t>& aim =
       target.decrypts() ? truth[0] : truth[target.rounds()];
-  // Index the 64-byte blocks that occur more than once.
+  // Index the 64-byte blocks that occur more than once (copies only).
   std::unordered_multimap<std::string, size_t> blocks;
-  {
+  if (all_copies) {
     std::unordered_map<std::string, unsigned> seen;
     for (size_t b = 0; b + 64 <= tables.size; b += 64)
       ++seen[std::string(reinterpret_cast<const char*>(tables.base + b), 64)];
@@ -100,69 +100,70 @@ std::vector<Outcome> run_pfa(Target& target, const Settings& settings,
     }
   }
   const unsigned collect = settings.quick ? 2048 : 4096;
-  for (bool all_copies : {false, true}) {
-    const auto start = std::chrono::steady_clock::now();
-    std::mt19937 rng(all_copies ? 11 : 7);
-    unsigned injections = 0, outputs = 0;
-    std::vector<uint8_t> found;
-    std::string detail;
-    std::vector<std::array<uint8_t, 16>> pre_in(32), pre_out(32);
-    for (unsigned t = 0; t < 32; ++t) {
-      random_block(pre_in[t].data());
-      target.run(pre_in[t].data(), pre_out[t].data());
-    }
-    while (injections < settings.faults && found.empty()) {
-      const size_t off = rng() % tables.size;
-      const uint8_t flip = static_cast<uint8_t>(rng() | 1);
-      const std::vector<size_t> where = all_copies
-                                            ? copies_of(tables, off, blocks)
-                                            : std::vector<size_t>{off};
-      for (size_t w : where) tables.base[w] ^= flip;
-      ++injections;
-      target.reset();
-      bool single = false;
-      for (unsigned t = 0; t < 32 && !single; ++t) {
-        uint8_t out[16];
-        target.run(pre_in[t].data(), out);
-        ++outputs;
-        unsigned d = 0;
-        for (unsigned i = 0; i < 16; ++i) d += out[i] != pre_out[t][i];
-        single = d == 1;
-      }
-      if (single) {
-        // Collect outputs; find the value each position never shows.
-        std::vector<std::array<unsigned, 256>> count(16);
-        for (auto& c : count) c.fill(0);
-        for (unsigned t = 0; t < collect; ++t) {
-          uint8_t in[16], out[16];
-          random_block(in);
-          target.run(in, out);
-          ++outputs;
-          for (unsigned i = 0; i < 16; ++i) ++count[i][out[i]];
-        }
-        const auto undo = [&] {
-          for (size_t w : where) tables.base[w] ^= flip;
-          target.reset();
-        };
-        found = key_from_missing_values(target, count, aim, undo, undo, detail);
-      }
-      for (size_t w : where) tables.base[w] ^= flip;
-    }
-    target.reset();
-    Outcome o;
-    o.attack = all_copies ? "PFA, fault in every copy" : "PFA";
-    o.key_bytes = target.key_len();
-    o.recovered = target.key_len() == 32 ? 0 : count_equal(found, raw_key);
-    o.cost = std::to_string(injections) + " faults, " +
-             std::to_string(outputs) + " outputs";
-    o.seconds = seconds_since(start);
-    o.detail = detail;
-    if (all_copies)
-      o.detail += (o.detail.empty() ? "" : "; ") +
-                  std::to_string(blocks.size()) + " blocks with copies";
-    outcomes.push_back(o);
+  const auto start = std::chrono::steady_clock::now();
+  std::mt19937 rng(all_copies ? 11 : 7);
+  unsigned injections = 0, outputs = 0;
+  std::vector<uint8_t> found;
+  std::string detail;
+  std::vector<std::array<uint8_t, 16>> pre_in(32), pre_out(32);
+  for (unsigned t = 0; t < 32; ++t) {
+    random_block(pre_in[t].data());
+    target.run(pre_in[t].data(), pre_out[t].data());
   }
-  return outcomes;
+  while (injections < settings.faults && found.empty()) {
+    const size_t off = rng() % tables.size;
+    const uint8_t flip = static_cast<uint8_t>(rng() | 1);
+    const std::vector<size_t> where =
+        all_copies ? copies_of(tables, off, blocks) : std::vector<size_t>{off};
+    for (size_t w : where) tables.base[w] ^= flip;
+    ++injections;
+    target.reset();
+    bool single = false;
+    for (unsigned t = 0; t < 32 && !single; ++t) {
+      uint8_t out[16];
+      target.run(pre_in[t].data(), out);
+      ++outputs;
+      unsigned d = 0;
+      for (unsigned i = 0; i < 16; ++i) d += out[i] != pre_out[t][i];
+      single = d == 1;
+    }
+    if (single) {
+      // Collect outputs; find the value each position never shows.
+      std::vector<std::array<unsigned, 256>> count(16);
+      for (auto& c : count) c.fill(0);
+      for (unsigned t = 0; t < collect; ++t) {
+        uint8_t in[16], out[16];
+        random_block(in);
+        target.run(in, out);
+        ++outputs;
+        for (unsigned i = 0; i < 16; ++i) ++count[i][out[i]];
+      }
+      const auto undo = [&] {
+        for (size_t w : where) tables.base[w] ^= flip;
+        target.reset();
+      };
+      found = key_from_missing_values(target, count, aim, undo, undo, detail);
+    }
+    for (size_t w : where) tables.base[w] ^= flip;
+  }
+  target.reset();
+  Outcome o;
+  o.family = all_copies ? "copies" : "pfa";
+  o.attack = all_copies ? "PFA, the same fault in every copy"
+                        : "PFA, persistent table faults";
+  if (target.key_len() == 16)
+    set_found(o, "key", found, raw_key);
+  else  // AES-256: the last round key, among 256 candidates
+    set_found(o, aim_name(target.decrypts() ? 0 : target.rounds(), 32), found,
+              aim);
+  o.cost = std::to_string(injections) + " faults, " + std::to_string(outputs) +
+           " outputs";
+  o.seconds = seconds_since(start);
+  o.detail = detail;
+  if (all_copies)
+    o.detail += (o.detail.empty() ? "" : "; ") + std::to_string(blocks.size()) +
+                " table blocks with copies";
+  return {o};
 }
 
 }  // namespace zel_audit
