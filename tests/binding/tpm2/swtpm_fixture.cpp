@@ -1,6 +1,7 @@
 // swtpm_fixture.cpp: see swtpm_fixture.h.
 #include "swtpm_fixture.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -55,6 +56,11 @@ Swtpm::~Swtpm() {
 std::string Swtpm::Missing() {
   for (const char* program : {"swtpm", "tpm2_getcap", "tpm2_clear"})
     if (!OnPath(program)) return program;
+  // The library under test loads libtss2 at run time; an i386 build on an
+  // amd64 host usually finds none for its own architecture.
+  void* esys = dlopen("libtss2-esys.so.0", RTLD_NOW | RTLD_LOCAL);
+  if (esys == nullptr) return "libtss2-esys.so.0 for this architecture";
+  dlclose(esys);
   return "";
 }
 

@@ -19,7 +19,8 @@ class Swtpm {
   Swtpm(const Swtpm&) = delete;
   Swtpm& operator=(const Swtpm&) = delete;
 
-  // Missing names what of swtpm and tpm2-tools is not installed, or "".
+  // Missing names what of swtpm, tpm2-tools and (for this process's
+  // architecture) libtss2-esys is not installed, or "".
   static std::string Missing();
 
   // Start runs swtpm on this TPM's state, waits until its sockets accept
