@@ -5,21 +5,15 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include "HevoWipe.h"
 #include "host_secret.h"
 #include "tpm2/tpm2_device_value.h"
+#include "tpm2/tpm2_tcti.h"
 
 namespace zel_binding {
 namespace {
-
-// The TPM source's setting: its value depends on the TCTI it talks to.
-std::string Tpm2Setting() {
-  const char* tcti = std::getenv("ZEL_TPM2_TCTI");
-  return tcti != nullptr ? tcti : "";
-}
 
 bool UsesTpm2(Mode mode) { return mode == Mode::kTpm2 || mode == Mode::kTpm2Host; }
 bool UsesHost(Mode mode) { return mode == Mode::kHost || mode == Mode::kTpm2Host; }
@@ -31,7 +25,8 @@ bool IsMissing(const std::string& path) {
 
 }  // namespace
 
-DeviceSources SystemSources() { return {ReadTpm2DeviceValue, Tpm2Setting, HostSecretPath}; }
+// The TPM's value depends on the TCTI it talks to, so that is its setting.
+DeviceSources SystemSources() { return {ReadTpm2DeviceValue, Tpm2TctiConfig, HostSecretPath}; }
 
 KeyMaterial::~KeyMaterial() { HevoWipe::Wipe(bytes, sizeof bytes); }
 

@@ -11,23 +11,20 @@
 #include <cstdint>
 #include <string>
 
+#include "HevoWipe.h"
+
 namespace zel_binding {
 
 // DeviceValue holds 32 bytes of device-unique secret, inside the object (no
 // heap block that could be freed unwiped). The bytes are zero until a
-// source fills them, and wiped on destruction and when moved from. It is
-// never copied: a move hands the bytes over and wipes the source.
+// source fills them, and wiped on destruction. It is neither copied nor
+// moved: each value stays where it was read.
 class DeviceValue {
  public:
   static constexpr size_t kSize = 32;
 
   DeviceValue() = default;
   ~DeviceValue() { Wipe(); }
-  DeviceValue(DeviceValue&& other) noexcept { TakeFrom(other); }
-  DeviceValue& operator=(DeviceValue&& other) noexcept {
-    if (this != &other) TakeFrom(other);
-    return *this;
-  }
   DeviceValue(const DeviceValue&) = delete;
   DeviceValue& operator=(const DeviceValue&) = delete;
 
@@ -35,18 +32,10 @@ class DeviceValue {
   const uint8_t* data() const { return bytes_; }
   static constexpr size_t size() { return kSize; }
 
-  // Wipe zeroes the bytes; the volatile stores are not dropped as dead.
-  void Wipe() {
-    volatile uint8_t* p = bytes_;
-    for (size_t i = 0; i < kSize; ++i) p[i] = 0;
-  }
+  // Wipe zeroes the bytes.
+  void Wipe() { HevoWipe::Wipe(bytes_, kSize); }
 
  private:
-  void TakeFrom(DeviceValue& other) {
-    for (size_t i = 0; i < kSize; ++i) bytes_[i] = other.bytes_[i];
-    other.Wipe();
-  }
-
   uint8_t bytes_[kSize] = {};
 };
 

@@ -13,11 +13,16 @@
 #include <memory>
 
 #include "HevoFileDescriptor.h"
+#include "HevoFileIo.h"
 #include "HevoWipe.h"
 #include "aead.h"
 
 namespace zel_binding {
 namespace {
+
+using HevoFileIo::ReadExactly;
+using HevoFileIo::SyncRetrying;
+using HevoFileIo::WriteAll;
 
 constexpr uint8_t kMagic[7] = {'Z', 'E', 'L', 'H', 'O', 'S', 'T'};
 constexpr uint8_t kVersion = 1;
@@ -54,36 +59,6 @@ bool ComputeCheck(const Libcrypto& crypto, const uint8_t* secret, uint8_t* check
   return ok;
 }
 
-bool WriteAll(int fd, const uint8_t* data, size_t size) {
-  while (size > 0) {
-    const ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
-}
-
-bool ReadAll(int fd, uint8_t* data, size_t size) {
-  while (size > 0) {
-    const ssize_t n = read(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
-}
-
-bool Sync(int fd) {
-  int result;
-  do {
-    result = fsync(fd);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
-}
-
 // CheckAndRead applies the rules of the header to the open file |fd| and
 // reads its secret into |out|.
 SourceResult CheckAndRead(const Libcrypto& crypto, int fd, const std::string& path,
@@ -109,7 +84,7 @@ SourceResult CheckAndRead(const Libcrypto& crypto, int fd, const std::string& pa
                                             " bytes, not " + std::to_string(kHostSecretFileSize));
   FileBytes file;
   uint8_t probe;
-  if (!ReadAll(fd, file.bytes, sizeof file.bytes) || ReadAll(fd, &probe, 1))
+  if (!ReadExactly(fd, file.bytes, sizeof file.bytes) || ReadExactly(fd, &probe, 1))
     return Fail(SourceStatus::kFailed, "can't read the host secret " + Quoted(path) +
                                            ": its length changed while it was read");
   uint8_t check[kCheckSize];
@@ -140,7 +115,7 @@ int OpenDirectory(const std::string& dir) {
   std::string parent, unused;
   SplitPath(dir, parent, unused);
   HevoFileDescriptor parent_fd(open(parent.c_str(), flags));
-  if (!parent_fd.IsOpen() || !Sync(parent_fd.Get())) return -1;
+  if (!parent_fd.IsOpen() || !SyncRetrying(parent_fd.Get())) return -1;
   return open(dir.c_str(), flags);
 }
 
@@ -202,7 +177,7 @@ Created Create(const Libcrypto& crypto, const std::string& path, DeviceValue& ou
   }
   // fchmod: the umask may have taken the owner's read bit.
   if (!WriteAll(fd.Get(), file.bytes, sizeof file.bytes) || fchmod(fd.Get(), 0400) != 0 ||
-      !Sync(fd.Get()) || !fd.Close()) {
+      !SyncRetrying(fd.Get()) || !fd.Close()) {
     failure = SystemError("write", path);
     unlinkat(dir_fd.Get(), temporary.c_str(), 0);
     return Created::kFailed;
@@ -216,7 +191,7 @@ Created Create(const Libcrypto& crypto, const std::string& path, DeviceValue& ou
     return Created::kFailed;
   }
   // The secret must be durable before any item bound to it is written.
-  if (!Sync(dir_fd.Get())) {
+  if (!SyncRetrying(dir_fd.Get())) {
     failure = SystemError("sync the directory of", path);
     return Created::kFailed;
   }

@@ -1,5 +1,6 @@
-// HevoFileIo.h: whole writes and syncs that retry where the kernel asks to,
-// for the base library and the key store. Header only; not installed.
+// HevoFileIo.h: whole reads, whole writes and syncs that retry where the
+// kernel asks to, for the base library, the key store and the device
+// binding. Header only; not installed.
 #ifndef HEVO_FILE_IO_H
 #define HEVO_FILE_IO_H
 
@@ -10,6 +11,19 @@
 #include <cstdint>
 
 namespace HevoFileIo {
+
+// ReadExactly reads |size| bytes from |fd| into |data|; false on an error
+// or an early end of file.
+inline bool ReadExactly(int fd, uint8_t* data, size_t size) {
+  while (size > 0) {
+    const ssize_t got = read(fd, data, size);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return false;
+    data += got;
+    size -= static_cast<size_t>(got);
+  }
+  return true;
+}
 
 // WriteAll writes |size| bytes at |data| to |fd|; false (errno set) on the
 // first error other than an interruption.

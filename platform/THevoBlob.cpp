@@ -38,19 +38,6 @@ struct WipedOnExit {
   ~WipedOnExit() { HevoWipe::Clear(bytes); }
 };
 
-// ReadExactly reads |size| bytes into |data|; false on an error or an early
-// end of file.
-bool ReadExactly(int fd, uint8_t* data, size_t size) {
-  while (size > 0) {
-    const ssize_t got = read(fd, data, size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    data += got;
-    size -= static_cast<size_t>(got);
-  }
-  return true;
-}
-
 }  // namespace
 
 THevoBlob::THevoBlob() = default;
@@ -115,8 +102,8 @@ bool THevoBlob::Load(const std::string& path, size_t maxSize) {
   // Exactly the size that fstat gave, then the end of the file: a file that
   // shrinks or grows while it is read is refused, not read without bound.
   uint8_t probe;
-  if (!ReadExactly(file.Get(), bytes.data(), bytes.size()) ||
-      ReadExactly(file.Get(), &probe, 1))
+  if (!HevoFileIo::ReadExactly(file.Get(), bytes.data(), bytes.size()) ||
+      HevoFileIo::ReadExactly(file.Get(), &probe, 1))
     return false;
   GetContainer().swap(bytes);
   return true;

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+#include "HevoWipe.h"
+
 #include "binding/tpm2/tpm2_connection.h"
 #include "binding/tpm2/tpm2_response_code.h"
 #include "binding/tpm2/tpm2_retry.h"
@@ -15,19 +17,13 @@
 namespace zel_binding {
 namespace {
 
-// WipeBytes zeroes |size| bytes; the volatile stores are never dropped.
-void WipeBytes(void* data, size_t size) {
-  volatile uint8_t* bytes = static_cast<volatile uint8_t*>(data);
-  while (size--) *bytes++ = 0;
-}
-
 // EsysDigest owns a digest that ESAPI allocated, wiped before Esys_Free.
 class EsysDigest {
  public:
   explicit EsysDigest(const Tss2Functions& tss2) : tss2_(tss2) {}
   ~EsysDigest() {
     if (digest_ == nullptr) return;
-    WipeBytes(digest_, sizeof(*digest_));
+    HevoWipe::Wipe(digest_, sizeof(*digest_));
     tss2_.Free(digest_);
   }
   EsysDigest(const EsysDigest&) = delete;
@@ -127,11 +123,11 @@ SourceResult ReadWith(const Tss2Functions& tss2, DeviceValue& out) {
 }  // namespace
 
 SourceResult ReadTpm2DeviceValue(DeviceValue& out) {
-  WipeBytes(out.data(), DeviceValue::kSize);
+  out.Wipe();
   const Tss2Functions* tss2 = nullptr;
   SourceResult result = SystemTss2Library(&tss2);
   if (result.status == SourceStatus::kOk) result = ReadWith(*tss2, out);
-  if (result.status != SourceStatus::kOk) WipeBytes(out.data(), DeviceValue::kSize);
+  if (result.status != SourceStatus::kOk) out.Wipe();
   return result;
 }
 

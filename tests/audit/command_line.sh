@@ -2,8 +2,8 @@
 # command_line.sh DESIGN_MD AUDIT...: zel-wb-audit's command line as Debian
 # expects it (--help on stdout, exit 0; a wrong option: the usage on
 # stderr, nothing on stdout, exit 2; --accept of anything but a known
-# limit: exit 2), and its known limits are the ones the core's design
-# document lists under "Known limits", both ways.
+# limit: exit 2), and its known limits are the ones DESIGN_MD
+# (whitebox/runtime/DESIGN.md) lists under "Known limits", both ways.
 design=$1
 shift  # the rest: the command, with an emulator in front where there is one
 fail() { echo "FAIL: $*"; exit 1; }

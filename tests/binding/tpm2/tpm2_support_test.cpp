@@ -1,4 +1,4 @@
-// The parts of the TPM 2.0 device value that need no TPM: loading libtss2
+// What of the TPM 2.0 device value needs no TPM: loading libtss2
 // (absent, or lacking a function), what each response code means, and the
 // bounded retries of transient TPM warnings.
 #include <dlfcn.h>
