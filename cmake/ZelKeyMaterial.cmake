@@ -154,6 +154,10 @@ elseif(zel_EGSK_development MATCHES "raw")
     "white-box core takes the protected form: -DZEL_EGSK_FILE=${zel_keys_dir}/"
     "egsk.bin")
 endif()
+if(NOT zel_EGSK_size EQUAL 16 AND NOT zel_EGSK_size EQUAL 32)
+  message(FATAL_ERROR "ZEL_EGSK_FILE (${zel_EGSK_path}) holds ${zel_EGSK_size} "
+                      "bytes; the store key has 16 (AES-128) or 32 (AES-256).")
+endif()
 if(NOT zel_UID_size EQUAL 16)
   message(FATAL_ERROR "ZEL_UID_FILE (${zel_UID_path}) holds ${zel_UID_size} "
                       "bytes; the IV has 16.")

@@ -17,6 +17,9 @@
 #   ZEL_MUTANTS=scripts/mutants-binding.tsv \
 #   ZEL_MUTANT_CMAKE_ARGS=-DZEL_DEVICE_BINDING=host \
 #   scripts/mutant-check.sh build/mutants-binding -L binding
+# and so have the TPM source (scripts/mutants-tpm2.tsv) and the white-box
+# audit (scripts/mutants-audit.tsv); each file's first lines say how to run
+# it.
 #
 # A developer tool: slow (one rebuild and test run per mutant), not run in
 # CI.

@@ -106,6 +106,9 @@ expect 1 'is the raw development store key' \
 head -c 15 a/uid.bin >short-uid.bin
 expect 1 'holds 15 bytes; the IV has 16' \
   configure whitebox a/wb_seed.bin a/egsk.bin short-uid.bin ON
+head -c 24 raw.bin >raw24.bin
+expect 1 'holds 24 bytes; the store key has 16 \(AES-128\) or 32' \
+  configure reference a/wb_seed.bin raw24.bin a/uid.bin ON
 expect 1 'no such file' configure whitebox a/wb_seed.bin missing.bin a/uid.bin ON
 
 # A mixed set of two products passes configure; the build's check refuses it.

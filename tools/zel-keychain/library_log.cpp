@@ -1,6 +1,7 @@
 // library_log.cpp: see library_log.h.
 #include "library_log.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,10 +19,16 @@ constexpr char kNotStored[] = "[TZelKeyStore] Can't encrypt/store keychain data 
 
 std::vector<std::string> g_unstored;
 
+// Threshold reads ZEL_LOG_LEVEL by the default logger's rule: a whole
+// number from 0 to 99, else the default level 3.
 int Threshold() {
   static const int threshold = [] {
     const char* value = std::getenv("ZEL_LOG_LEVEL");
-    return value != nullptr && *value != '\0' ? std::atoi(value) : 3;
+    if (value == nullptr || *value == '\0') return 3;
+    char* end = nullptr;
+    errno = 0;
+    const long level = std::strtol(value, &end, 10);
+    return errno != 0 || *end != '\0' || level < 0 || level > 99 ? 3 : static_cast<int>(level);
   }();
   return threshold;
 }
