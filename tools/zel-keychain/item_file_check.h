@@ -12,6 +12,7 @@
 
 #include "THevoBlob.h"
 
+// ItemFileState's values count from 0 in this order (verify counts by them).
 enum class ItemFileState {
   kOk,          // decrypted to a non-empty item
   kDamaged,     // read, but not an item file of this build's key material

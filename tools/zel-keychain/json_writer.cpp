@@ -5,11 +5,10 @@
 
 namespace {
 
-void AppendUnicodeEscape(std::string& out, unsigned code) {
-  static const char kHex[] = "0123456789abcdef";
+// AppendUnicodeEscape writes the character |code| (below U+0100) as "\u00XX".
+void AppendUnicodeEscape(std::string& out, unsigned char code) {
   out += "\\u00";
-  out += kHex[(code >> 4) & 0x0f];
-  out += kHex[code & 0x0f];
+  AppendHexByte(out, code);
 }
 
 }  // namespace

@@ -31,6 +31,15 @@ class JsonWriter {
   void Key(const std::string& name);
   void String(const std::string& value);
   void Number(uint64_t value);
+  // Member writes an object member: Key(|name|), then the value.
+  void Member(const std::string& name, const std::string& value) {
+    Key(name);
+    String(value);
+  }
+  void Member(const std::string& name, uint64_t value) {
+    Key(name);
+    Number(value);
+  }
 
   // Text returns the JSON text so far, followed by a line end.
   std::string Text() const { return text_ + "\n"; }

@@ -50,24 +50,19 @@ void PrintJson(const std::string& dir, const Keychains& keychains,
                const std::vector<MixedName>& mixed_names) {
   JsonWriter json;
   json.BeginObject();
-  json.Key("directory");
-  json.String(dir);
+  json.Member("directory", dir);
   json.Key("keychains");
   json.BeginArray();
   for (const auto& keychain : keychains) {
     json.BeginObject();
-    json.Key("name");
-    json.String(keychain.first);
+    json.Member("name", keychain.first);
     json.Key("items");
     json.BeginArray();
     for (const ItemFile& item : keychain.second) {
       json.BeginObject();
-      json.Key("id");
-      json.String(item.id);
-      json.Key("file");
-      json.String(item.file);
-      json.Key("size");
-      json.Number(item.size);
+      json.Member("id", item.id);
+      json.Member("file", item.file);
+      json.Member("size", item.size);
       json.EndObject();
     }
     json.EndArray();

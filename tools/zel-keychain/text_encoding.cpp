@@ -14,13 +14,17 @@ bool InRange(const std::string& text, size_t at, uint8_t low, uint8_t high) {
 }
 
 void AppendHexEscape(std::string& out, uint8_t byte) {
-  static const char kHex[] = "0123456789abcdef";
   out += "\\x";
-  out += kHex[byte >> 4];
-  out += kHex[byte & 0x0f];
+  AppendHexByte(out, byte);
 }
 
 }  // namespace
+
+void AppendHexByte(std::string& out, unsigned char byte) {
+  static const char kHex[] = "0123456789abcdef";
+  out += kHex[byte >> 4];
+  out += kHex[byte & 0x0f];
+}
 
 size_t Utf8SequenceLength(const std::string& text, size_t at) {
   const uint8_t lead = ByteAt(text, at);

@@ -20,6 +20,9 @@ size_t Utf8SequenceLength(const std::string& text, size_t at);
 // U+009F, which some terminals obey as escapes).
 bool IsControlAt(const std::string& text, size_t at, size_t length);
 
+// AppendHexByte appends |byte| as two lower-case hex digits.
+void AppendHexByte(std::string& out, unsigned char byte);
+
 // Printable returns |text| for a terminal line: UTF-8 text as it is, a
 // backslash as "\\", every control character and every byte that is not
 // part of well-formed UTF-8 as "\xHH".

@@ -31,37 +31,32 @@ struct Checked {
   ItemFileCheck check;
 };
 
-void PrintText(const std::vector<Checked>& results) {
+void PrintText(const std::vector<Checked>& results, const size_t counts[3]) {
   for (const Checked& result : results) {
     const std::string state = StateName(result.check.state);
     std::string line = state + std::string(12 - state.size(), ' ') + Printable(result.item.file);
     if (result.check.state != ItemFileState::kOk) line += ": " + result.check.reason;
     Say(line);
   }
+  Say(std::to_string(results.size()) + " item files: " + std::to_string(counts[0]) + " ok, " +
+      std::to_string(counts[1]) + " damaged, " + std::to_string(counts[2]) + " unreadable");
 }
 
 void PrintJson(const std::string& dir, const std::vector<Checked>& results,
                const std::vector<MixedName>& mixed_names, const size_t counts[3]) {
   JsonWriter json;
   json.BeginObject();
-  json.Key("directory");
-  json.String(dir);
+  json.Member("directory", dir);
   json.Key("files");
   json.BeginArray();
   for (const Checked& result : results) {
     json.BeginObject();
-    json.Key("keychain");
-    json.String(result.keychain);
-    json.Key("id");
-    json.String(result.item.id);
-    json.Key("file");
-    json.String(result.item.file);
-    json.Key("size");
-    json.Number(result.item.size);
-    json.Key("state");
-    json.String(StateName(result.check.state));
-    json.Key("reason");
-    json.String(result.check.reason);
+    json.Member("keychain", result.keychain);
+    json.Member("id", result.item.id);
+    json.Member("file", result.item.file);
+    json.Member("size", result.item.size);
+    json.Member("state", StateName(result.check.state));
+    json.Member("reason", result.check.reason);
     json.EndObject();
   }
   json.EndArray();
@@ -99,23 +94,18 @@ int RunVerify(const Invocation& invocation) {
   for (const MixedName& mixed : mixed_names) Warn(DescribeMixedName(mixed));
 
   std::vector<Checked> results;
-  size_t counts[3] = {0, 0, 0};  // ok, damaged, unreadable
+  size_t counts[3] = {0, 0, 0};  // by ItemFileState: ok, damaged, unreadable
   for (const auto& keychain : keychains)
     for (const ItemFile& item : keychain.second) {
       THevoBlob plain;  // wiped when it goes
       const ItemFileCheck check = CheckItemFile(dir + "/" + item.file, plain);
-      ++counts[check.state == ItemFileState::kOk        ? 0
-               : check.state == ItemFileState::kDamaged ? 1
-                                                        : 2];
+      ++counts[static_cast<size_t>(check.state)];
       results.push_back({keychain.first, item, check});
     }
   if (invocation.Has("--json"))
     PrintJson(dir, results, mixed_names, counts);
   else
-    PrintText(results);
-  if (!invocation.Has("--json"))
-    Say(std::to_string(results.size()) + " item files: " + std::to_string(counts[0]) + " ok, " +
-        std::to_string(counts[1]) + " damaged, " + std::to_string(counts[2]) + " unreadable");
+    PrintText(results, counts);
   if (counts[1] + counts[2] == 0) return kExitOk;
   return Fail(std::to_string(counts[1]) + " damaged and " + std::to_string(counts[2]) +
               " unreadable of " + std::to_string(results.size()) + " item files in " +
