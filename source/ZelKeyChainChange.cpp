@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 #include "HevoFileIo.h"
 #include "HevoFileUtils.h"
@@ -21,6 +22,17 @@ namespace {
 constexpr char kPreparedPrefix[] = ".hevo-tmp-new-";
 constexpr char kStorePrefix[] = ".hevo-tmp-put-";
 constexpr char kErasePrefix[] = ".hevo-tmp-del-";
+// The change directories' names start with the base library's prefix, so
+// that no listing of item files shows them and no load reads them.
+constexpr bool StartsWithTemporaryPrefix(const char* name) {
+  for (const char* p = HevoTempFiles::kPrefix; *p != '\0'; ++p, ++name)
+    if (*p != *name) return false;
+  return true;
+}
+static_assert(StartsWithTemporaryPrefix(kPreparedPrefix) &&
+                  StartsWithTemporaryPrefix(kStorePrefix) &&
+                  StartsWithTemporaryPrefix(kErasePrefix),
+              "a change directory would be listed as an item file");
 constexpr int kDirectoryFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 std::atomic<unsigned long> g_counter{0};
@@ -35,20 +47,19 @@ bool NamesIn(int fd, std::vector<std::string>& names) {
   names.clear();
   const int list_fd = openat(fd, ".", kDirectoryFlags);
   if (list_fd < 0) return false;
-  DIR* stream = fdopendir(list_fd);
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(fdopendir(list_fd), closedir);
   if (stream == nullptr) {
     close(list_fd);
     return false;
   }
   for (;;) {
     errno = 0;
-    const dirent* entry = readdir(stream);
+    const dirent* entry = readdir(stream.get());
     if (entry == nullptr) break;
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);
   }
   const bool listed = errno == 0;
-  closedir(stream);
   std::sort(names.begin(), names.end());
   return listed;
 }
@@ -63,12 +74,11 @@ bool IsStill(int dir_fd, const std::string& name, int fd) {
 }
 
 // RemoveChangeDirectory removes the change directory |name|, open as |fd|,
-// with its files: |known| and whatever else a listing finds.
+// with the files a listing finds, or |known| when it cannot be listed.
 void RemoveChangeDirectory(int dir_fd, const std::string& name, int fd,
                            const std::vector<std::string>& known) {
   std::vector<std::string> found;
-  NamesIn(fd, found);
-  found.insert(found.end(), known.begin(), known.end());
+  if (!NamesIn(fd, found)) found.insert(found.end(), known.begin(), known.end());
   for (const std::string& entry : found) unlinkat(fd, entry.c_str(), 0);
   unlinkat(dir_fd, name.c_str(), AT_REMOVEDIR);
 }
@@ -93,8 +103,9 @@ void FinishCommitted(int dir_fd, const std::string& name, int fd,
   }
   // The renames and removals become durable before the change that
   // records them is removed: a change found again redoes them, a change
-  // lost with them undone would leave a keychain half changed.
-  if (!HevoFileIo::SyncRetrying(dir_fd) || !HevoFileIo::SyncRetrying(fd))
+  // lost with them undone would leave a keychain half changed. An erase
+  // changed nothing in its change directory since the commit synced it.
+  if (!HevoFileIo::SyncRetrying(dir_fd) || (store && !HevoFileIo::SyncRetrying(fd)))
     failed.insert(entries.begin(), entries.end());
   RemoveChangeDirectory(dir_fd, name, fd, store ? std::vector<std::string>() : entries);
 }
@@ -254,10 +265,11 @@ std::vector<Abandoned> FindAbandoned(int dir_fd) {
 
 void Finish(int dir_fd, const std::string& name) {
   const HevoFileDescriptor fd(openat(dir_fd, name.c_str(), kDirectoryFlags));
+  if (!fd.IsOpen()) return;
   // Another call's scan may be looking at it: wait for that moment.
   int result;
   do {
-    result = fd.IsOpen() ? flock(fd.Get(), LOCK_EX) : -1;
+    result = flock(fd.Get(), LOCK_EX);
   } while (result != 0 && errno == EINTR);
   if (result != 0 || !IsStill(dir_fd, name, fd.Get())) return;
   std::vector<std::string> entries;

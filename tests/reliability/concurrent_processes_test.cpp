@@ -21,6 +21,7 @@ TEST(ConcurrentProcesses, LoadsNeverSeeAMixOfTwoStores) {
   pid_t writers[2];
   for (const SampleVersion version : {SampleVersion::kOld, SampleVersion::kNew}) {
     const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
     if (pid == 0) {
       KeyStoreAt own(root.path());  // a process of its own, with its own key store
       for (int i = 0; i < kStoresPerWriter; ++i)
@@ -30,6 +31,8 @@ TEST(ConcurrentProcesses, LoadsNeverSeeAMixOfTwoStores) {
     writers[static_cast<int>(version)] = pid;
   }
   int loads = 0, running = 2;
+  bool ended[2] = {false, false};
+  int status[2] = {-1, -1};  // each writer's wait status (-1: none to be had)
   std::set<std::string> seen;
   while (running > 0) {
     const auto held = keys.HeldVersions();
@@ -40,9 +43,13 @@ TEST(ConcurrentProcesses, LoadsNeverSeeAMixOfTwoStores) {
     seen.insert(*versions.begin());
     ++loads;
     running = 0;
-    for (const pid_t pid : writers) running += waitpid(pid, nullptr, WNOHANG) == 0;
+    for (int w = 0; w < 2; ++w) {
+      if (!ended[w]) ended[w] = waitpid(writers[w], &status[w], WNOHANG) != 0;
+      running += !ended[w];
+    }
   }
-  for (const pid_t pid : writers) waitpid(pid, nullptr, 0);
+  // Every store of both writers succeeded.
+  for (const int writer : status) EXPECT_TRUE(WIFEXITED(writer) && WEXITSTATUS(writer) == 0);
   EXPECT_GT(loads, 20);
   std::printf("%d loads, versions seen: %zu\n", loads, seen.size());
 }
