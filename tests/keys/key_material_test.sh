@@ -76,6 +76,7 @@ expect 1 'cannot create taken.bin.check' \
 [ ! -e taken.bin ] || fail "wrap left a key without its check value"
 expect 0 '^usage: zel-egsk' "$egsk" --help
 expect 2 '^usage: zel-egsk' "$egsk" check --seed a/wb_seed.bin
+expect 2 '--key-bits is 128 or 256' "$egsk" new --out-dir a --key-bits 192
 
 # Configure checks, one throwaway tree, every key option given each time.
 dev=$src/keys

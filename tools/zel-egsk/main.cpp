@@ -119,7 +119,10 @@ int convert(const Options& options, bool protect) {
 int make_new(const Options& options) {
   const std::string bits =
       options.count("key-bits") ? options.at("key-bits") : "128";
-  if (bits != "128" && bits != "256") return fail("--key-bits is 128 or 256");
+  if (bits != "128" && bits != "256") {
+    fail("--key-bits is 128 or 256");
+    return 2;  // a usage error
+  }
   const unsigned key_len = bits == "128" ? 16 : 32;
   const std::string dir = options.at("out-dir");
   zel_wbgen::Seed seed;
