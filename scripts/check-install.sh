@@ -27,6 +27,13 @@ if [ "$build_type" != Debug ]; then
     echo "FAIL: $lib exports white-box internals" >&2; exit 1
   fi
 fi
+# In every build the library exports its public classes and the key
+# material's symbols only (source/zel_secure_store.map).
+public='^(TZel|PKIWB_|(typeinfo (name )?|vtable )for (TZel|HevoContainer::)|_binary_)'
+if nm -D --defined-only "$lib" | c++filt | sed -E 's/^[0-9a-f]* *[A-Za-z] //' |
+   grep -vE "$public"; then
+  echo "FAIL: $lib exports the names above, which are not its public API" >&2; exit 1
+fi
 
 cmake -S "$source_dir/tests/consumer" -B "$stage/consumer" \
   -DCMAKE_PREFIX_PATH="$stage/prefix" >/dev/null
