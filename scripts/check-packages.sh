@@ -121,7 +121,9 @@ install_for_real() {
   echo "--- dpkg -i ${names[*]}"
   installed=("${names[@]}")
   dpkg -i "$out"/*.deb >/dev/null
-  ldconfig -p | grep -q 'libzel_secure_store\.so\.1 ' || fail "ldconfig does not know the library"
+  # grep reads the whole cache: with -q it would stop at the match and
+  # ldconfig, still writing, would die of SIGPIPE and fail the pipeline.
+  ldconfig -p | grep 'libzel_secure_store\.so\.1 ' >/dev/null || fail "ldconfig does not know the library"
   build_consumer /usr "$work/system-consumer" "$(dpkg --print-architecture)" ""
   dpkg --purge "${names[@]}" >/dev/null
   installed=()
